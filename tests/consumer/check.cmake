@@ -1,0 +1,39 @@
+# Installs the built library into a scratch prefix, builds the consumer against it with the
+# same toolchain, and runs it (through the emulator on a cross build).
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
+  endif()
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix} --config ${CONFIG})
+
+set(configure_args -S ${SOURCE_DIR}/tests/consumer -B ${WORK_DIR}/build -G ${GENERATOR}
+    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_BUILD_TYPE=${CONFIG})
+if(SANITIZE)
+  # A library built with the sanitizers needs their runtime first in the application.
+  list(APPEND configure_args "-DCMAKE_CXX_FLAGS=-fsanitize=address,undefined")
+endif()
+if(TOOLCHAIN)
+  list(APPEND configure_args -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_FIND_ROOT_PATH=${prefix})
+endif()
+run(${CMAKE_COMMAND} ${configure_args})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+
+if(EMULATOR)
+  # The installed DLL beside the executable, as a user ships it.
+  file(GLOB dlls ${prefix}/bin/*.dll)
+  file(COPY ${dlls} DESTINATION ${WORK_DIR}/build)
+  set(exe ${WORK_DIR}/build/consumer.exe)
+else()
+  set(exe ${WORK_DIR}/build/consumer)
+endif()
+execute_process(COMMAND ${EMULATOR} ${exe} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+message(STATUS "${out}")
+if(NOT rc EQUAL 0 OR NOT out MATCHES "consumer: ok")
+  message(FATAL_ERROR "the consumer failed (${rc}):\n${out}\n${err}")
+endif()
