@@ -195,25 +195,4 @@ void unsubscribeEntry(Object* sender, const PMF& signal, void* recipient, const 
     list->remove(entry);
 }
 
-Snapshot::Snapshot(RecipientsList& list) : m_records(m_inline), m_size(0)
-{
-    const int count = int(list.count);
-    if (count > InlineCount) {
-        m_heap.reset(new SubscribeInfo[std::size_t(count)]);
-        m_records = m_heap.get();
-    }
-    for (RecipientsList::Iterator it = list.begin(); it != list.end() && m_size < count; ++it)
-        m_records[m_size++] = *it;
-    VEX_ASSERT(m_size == count);
-}
-
-Snapshot::~Snapshot() = default;
-
-void Snapshot::release()
-{
-    m_heap.reset();
-    m_records = m_inline;
-    m_size = 0;
-}
-
 } // namespace VexDetail

@@ -11,6 +11,7 @@
 #include "types.h"
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -152,26 +153,58 @@ VEXAPI_API void subscribeEntry(Object* sender, const PMF& signal, void* recipien
 VEXAPI_API void unsubscribeEntry(Object* sender, const PMF& signal, void* recipient,
                                  const PMF& slot);
 
-// The records of one delivery: on the stack for the usual short lists, else one block.
-class VEXAPI_API Snapshot {
+// What a delivery needs of one subscription: who, which slot, and how to call it.
+struct DeliveryRecord {
+    void* recipient;
+    SlotCaller caller;
+    PMF slot;
+};
+
+// The records of one delivery, copied from the signal's list before any recipient runs: on
+// the stack for the usual short lists, else in one heap block that an exception passing
+// through frees. It is the whole of the delivery: the list is not looked at again.
+class Snapshot {
 public:
-    Snapshot(RecipientsList& list);
-    ~Snapshot();
+    explicit Snapshot(RecipientsList& list) : m_records(m_inline), m_size(0)
+    {
+        const int count = int(list.count);
+        if (count > InlineCount) {
+            m_heap.reset(new DeliveryRecord[std::size_t(count)]);
+            m_records = m_heap.get();
+        }
+        for (RecipientsList::Iterator it = list.begin(); it != list.end() && m_size < count; ++it) {
+            DeliveryRecord& r = m_records[m_size++];
+            r.recipient = it->recipient;
+            r.caller = it->caller;
+            r.slot = it->slot;
+        }
+    }
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
 
     int size() const { return m_size; }
-    const SubscribeInfo& operator[](int i) const { return m_records[i]; }
-    // Frees the block before the sender's own member function runs.
-    void release();
+    const DeliveryRecord& operator[](int i) const { return m_records[i]; }
 
 private:
     static const int InlineCount = 8;
-    SubscribeInfo* m_records;
+    DeliveryRecord* m_records;
     int m_size;
-    std::unique_ptr<SubscribeInfo[]> m_heap;
-    SubscribeInfo m_inline[InlineCount];
+    std::unique_ptr<DeliveryRecord[]> m_heap;
+    DeliveryRecord m_inline[InlineCount];
 };
+
+// The RecipientsList of `signal`, or null. The same member pointer taken in the same
+// module is recognised without a call; anything else goes through PMF equality.
+inline RecipientsList* findSignal(BasicList& signals, const PMF& signal)
+{
+    for (BasicList::Iterator it = signals.begin(); it != signals.end(); ++it) {
+        const PMF& p = it->signal;
+        if (p.type == signal.type && std::memcmp(p.words, signal.words, sizeof p.words) == 0)
+            return &*it;
+    }
+    BasicList::Iterator it = signals.find(signal);
+    return it == signals.end() ? nullptr : &*it;
+}
 
 // Links a delivery record into the sender for the duration of one send.
 class DeliveryGuard {
@@ -239,15 +272,15 @@ bool send(S* sender, bool (C::*signal)(A...), P&&... args)
     if (signals.empty())
         return (sender->*signal)(args...);
 
-    BasicList::Iterator list = signals.find(PMF::make(signal));
-    if (list == signals.end())
+    RecipientsList* list = VexDetail::findSignal(signals, PMF::make(signal));
+    if (!list)
         return (sender->*signal)(args...);
 
     VexDetail::DeliveryGuard guard(senderObject);
     {
         VexDetail::Snapshot snapshot(*list);
         for (int i = 0; i < snapshot.size(); ++i) {
-            const SubscribeInfo& r = snapshot[i];
+            const VexDetail::DeliveryRecord& r = snapshot[i];
             VexDetail::CallerOf<A...> call = reinterpret_cast<VexDetail::CallerOf<A...>>(r.caller);
             int result = call(r.recipient, senderObject, &r.slot, args...);
             if (result == SlotStopTrue)
