@@ -32,7 +32,10 @@ if(NOT VEXAPI_MINGW_DEPS)
 endif()
 get_filename_component(VEXAPI_MINGW_DEPS "${VEXAPI_MINGW_DEPS}" ABSOLUTE)
 
-set(CMAKE_FIND_ROOT_PATH "${VEXAPI_MINGW_DEPS}" "/usr/${_vexapi_triplet}")
+# Appended, so that a project can add its own roots (an installed vexapi, for instance)
+# with -DCMAKE_FIND_ROOT_PATH=...
+list(APPEND CMAKE_FIND_ROOT_PATH "${VEXAPI_MINGW_DEPS}" "/usr/${_vexapi_triplet}")
+list(REMOVE_DUPLICATES CMAKE_FIND_ROOT_PATH)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
