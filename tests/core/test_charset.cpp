@@ -12,6 +12,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -61,6 +62,33 @@ WText toText(const std::string& bytes, const char* charset)
 }
 
 // ---- The table ----
+
+// First in the suite, so that its threads race for the first use of each code page's table.
+TEST(CharsetTable, ConcurrentFirstUseBuildsEachTableOnce)
+{
+    const WText text = WSTR("Съешь же ещё этих мягких французских булок");
+    std::vector<std::string> pages;
+    for (int i = 0; i < charsetCount(); ++i)
+        pages.push_back(charsetAt(i)->name);
+    std::vector<std::vector<std::string>> results(4);
+    std::vector<std::thread> threads;
+    for (size_t t = 0; t < results.size(); ++t)
+        threads.emplace_back([&, t] {
+            for (const std::string& page : pages) {
+                char out[256];
+                const int n = wcs2mbs(out, text.c_str(), page.c_str(), 256, -1);
+                results[t].push_back(n < 0 ? "<error>" : std::string(out, size_t(n)));
+            }
+        });
+    for (std::thread& t : threads)
+        t.join();
+    for (size_t t = 1; t < results.size(); ++t)
+        EXPECT_EQ(results[t], results[0]);
+    for (size_t i = 0; i < pages.size(); ++i)
+        if (pages[i] == "CP1251") {
+            EXPECT_EQ(results[0][i], toBytes(text, "CP1251"));
+        }
+}
 
 TEST(CharsetTable, EveryNameAndAliasFindsItsEntryWithoutRegardToCase)
 {
