@@ -1,0 +1,305 @@
+// The 16-bit text routines, case mapping, the free text functions of the client layer
+// (trims, removeSlash, assignString, streq_nocase) and StrPtr's stream output.
+#include <vexapi/core/strptr.h>
+#include <vexapi/core/wtext.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+typedef std::basic_string<WChar> WText;
+
+TEST(WText, NullPointersReadAsTheEmptyText)
+{
+    WChar buf[4] = {'x', 'x', 'x', 'x'};
+    EXPECT_EQ(wstrlen(nullptr), 0);
+    EXPECT_EQ(wstrcpy(buf, nullptr), buf);
+    EXPECT_EQ(buf[0], 0);
+    EXPECT_EQ(wstrcpy(nullptr, WSTR("a")), nullptr);
+    EXPECT_EQ(wstrcmp(nullptr, WSTR("")), 0);
+    EXPECT_LT(wstrcmp(nullptr, WSTR("a")), 0);
+    EXPECT_GT(wstricmp(WSTR("a"), nullptr), 0);
+    EXPECT_EQ(wstrchr(static_cast<const WChar*>(nullptr), 'a'), nullptr);
+    EXPECT_EQ(wstrstr(static_cast<const WChar*>(nullptr), WSTR("a")), nullptr);
+    EXPECT_EQ(wstrdup(nullptr), nullptr);
+    EXPECT_EQ(str2upper(nullptr), nullptr);
+    EXPECT_EQ(Trim(nullptr), nullptr);
+    EXPECT_EQ(LTrim(nullptr), nullptr);
+    EXPECT_EQ(RTrim(nullptr), nullptr);
+    EXPECT_EQ(removeSlash(nullptr, WSTR("a")), nullptr);
+    EXPECT_EQ(wstrlcpy(nullptr, WSTR("abc"), 4), 3);
+    EXPECT_TRUE(streq_nocase(nullptr, nullptr));
+    EXPECT_TRUE(streq_nocase(nullptr, WSTR("")));
+    EXPECT_FALSE(streq_nocase(nullptr, WSTR("a")));
+}
+
+TEST(WText, BoundedCopyTerminatesAndNeverWritesPastItsSize)
+{
+    const WChar* src = WSTR("hello");
+    for (int size = 0; size <= 8; ++size) {
+        SCOPED_TRACE(size);
+        std::vector<WChar> buf(12, WChar(0x5a5a));
+        EXPECT_EQ(wstrlcpy(buf.data(), src, size), 5);
+        const int kept = size == 0 ? 0 : std::min(size - 1, 5);
+        if (size > 0) {
+            EXPECT_EQ(WText(buf.data()), WText(src, size_t(kept)));
+        }
+        for (size_t i = size_t(size); i < buf.size(); ++i)
+            ASSERT_EQ(buf[i], 0x5a5a) << i;
+    }
+    // wstrncpy keeps wcsncpy's contract: zero padding, no terminator when the text fills n.
+    WChar pad[6] = {9, 9, 9, 9, 9, 9};
+    wstrncpy(pad, WSTR("ab"), 5);
+    EXPECT_EQ(WText(pad, 6), WText(WSTR("ab\0\0\0\x9"), 6));
+    wstrncpy(pad, WSTR("abcdefg"), 3);
+    EXPECT_EQ(WText(pad, 4), WText(WSTR("abc\0"), 4));
+    // wstrncat always terminates.
+    WChar cat[8] = {'a', 0};
+    wstrncat(cat, WSTR("bcdef"), 2);
+    EXPECT_EQ(WText(cat), WText(WSTR("abc")));
+    wstrcat(cat, WSTR("xy"));
+    EXPECT_EQ(WText(cat), WText(WSTR("abcxy")));
+}
+
+TEST(WText, ComparisonIsByUnsignedUnitValue)
+{
+    struct Case {
+        const WChar* a;
+        const WChar* b;
+        int sign;
+    } cases[] = {
+        {WSTR("abc"), WSTR("abc"), 0},
+        {WSTR("ab"), WSTR("abc"), -1},
+        {WSTR("abd"), WSTR("abc"), 1},
+        {WSTR("\xFFFF"), WSTR("a"), 1}, // high units compare above ASCII: no sign troubles
+        {WSTR("\x8000"), WSTR("\x7FFF"), 1},
+        {WSTR("Z"), WSTR("a"), -1},
+    };
+    auto sign = [](int v) { return v < 0 ? -1 : v > 0 ? 1 : 0; };
+    for (const Case& c : cases) {
+        EXPECT_EQ(sign(wstrcmp(c.a, c.b)), c.sign);
+        EXPECT_EQ(sign(wstrcmp(c.b, c.a)), -c.sign);
+    }
+    EXPECT_EQ(wstrncmp(WSTR("abX"), WSTR("abY"), 2), 0);
+    EXPECT_NE(wstrncmp(WSTR("abX"), WSTR("abY"), 3), 0);
+    EXPECT_EQ(wstrncmp(WSTR("a"), WSTR("b"), 0), 0);
+    EXPECT_EQ(wstrncmp(WSTR("a"), WSTR("b"), -1), 0);
+    EXPECT_EQ(wstricmp(WSTR("ПрИвЕт"), WSTR("привет")), 0);
+    EXPECT_EQ(wstrnicmp(WSTR("ABCx"), WSTR("abcy"), 3), 0);
+    EXPECT_LT(wstricmp(WSTR("a"), WSTR("B")), 0) << "folded before comparing";
+}
+
+TEST(WText, FindingUnitsAndTexts)
+{
+    const WChar* s = WSTR("aaab.ab");
+    EXPECT_EQ(wstrchr(s, 'b'), s + 3);
+    EXPECT_EQ(wstrrchr(s, 'b'), s + 6);
+    EXPECT_EQ(wstrchr(s, 'z'), nullptr);
+    EXPECT_EQ(wstrchr(s, 0), s + 7) << "the terminator is found, as strchr does";
+    EXPECT_EQ(wstrrchr(s, 0), s + 7);
+    EXPECT_EQ(wstrstr(s, WSTR("aab")), s + 1) << "after a false start";
+    EXPECT_EQ(wstrstr(s, WSTR("ab")), s + 2);
+    EXPECT_EQ(wstrstr(s, WSTR(".ab")), s + 4);
+    EXPECT_EQ(wstrstr(s, WSTR("abc")), nullptr);
+    EXPECT_EQ(wstrstr(s, WSTR("")), s);
+    EXPECT_EQ(wstrstr(WSTR(""), WSTR("a")), nullptr);
+    WChar mutableText[] = {'x', 'y', 0};
+    WChar* found = wstrchr(mutableText, 'y');
+    ASSERT_EQ(found, mutableText + 1);
+    *found = 'z';
+    EXPECT_EQ(WText(mutableText), WText(WSTR("xz")));
+
+    WChar* copy = wstrdup(s);
+    EXPECT_NE(copy, s);
+    EXPECT_EQ(WText(copy), WText(s));
+    delete[] copy;
+}
+
+// Upper and lower case pairs from the Unicode character database.
+const WChar kCasePairs[][2] = {
+    {'A', 'a'}, {'Z', 'z'},
+    {0x00C0, 0x00E0}, {0x00D6, 0x00F6}, {0x00D8, 0x00F8}, {0x00DE, 0x00FE}, {0x0178, 0x00FF},
+    {0x0100, 0x0101}, {0x012E, 0x012F}, {0x0132, 0x0133}, {0x0136, 0x0137}, {0x0139, 0x013A},
+    {0x0147, 0x0148}, {0x014A, 0x014B}, {0x0160, 0x0161}, {0x0176, 0x0177}, {0x0179, 0x017A},
+    {0x017D, 0x017E},
+    {0x0386, 0x03AC}, {0x0388, 0x03AD}, {0x038A, 0x03AF}, {0x038C, 0x03CC}, {0x038E, 0x03CD},
+    {0x038F, 0x03CE}, {0x0391, 0x03B1}, {0x03A1, 0x03C1}, {0x03A3, 0x03C3}, {0x03A9, 0x03C9},
+    {0x03AA, 0x03CA}, {0x03AB, 0x03CB},
+    {0x0400, 0x0450}, {0x0401, 0x0451}, {0x040E, 0x045E}, {0x040F, 0x045F}, {0x0410, 0x0430},
+    {0x042F, 0x044F}, {0x0416, 0x0436}, {0x0460, 0x0461}, {0x0480, 0x0481}, {0x048A, 0x048B},
+    {0x0490, 0x0491}, {0x04BE, 0x04BF}, {0x04C0, 0x04CF}, {0x04C1, 0x04C2}, {0x04CD, 0x04CE},
+    {0x04D0, 0x04D1}, {0x04E8, 0x04E9}, {0x0500, 0x0501}, {0x052E, 0x052F},
+};
+
+// Units that have no simple one-to-one pair, or none at all.
+const WChar kCaseless[] = {'0', '@', '[', '`', '{', 0x00D7, 0x00F7, 0x00DF, 0x00B5, 0x0130,
+                           0x0131, 0x0138, 0x0149, 0x017F, 0x0387, 0x03A2, 0x0482, 0x0489,
+                           0x4E00, 0xFFFD, 0xD800};
+
+TEST(WText, CaseMappingCoversLatinGreekAndCyrillic)
+{
+    for (const auto& pair : kCasePairs) {
+        SCOPED_TRACE(testing::Message() << std::hex << unsigned(pair[0]));
+        EXPECT_EQ(wtoupper(pair[1]), pair[0]);
+        EXPECT_EQ(wtolower(pair[0]), pair[1]);
+        EXPECT_EQ(wtoupper(pair[0]), pair[0]);
+        EXPECT_EQ(wtolower(pair[1]), pair[1]);
+    }
+    for (WChar c : kCaseless) {
+        SCOPED_TRACE(testing::Message() << std::hex << unsigned(c));
+        EXPECT_EQ(wtoupper(c), c);
+        EXPECT_EQ(wtolower(c), c);
+    }
+    EXPECT_EQ(wtoupper(0x03C2), 0x03A3) << "final sigma upper-cases to sigma";
+}
+
+TEST(WText, CaseMappingIsConsistentOverEveryUnit)
+{
+    // Each mapping is undone by the other (final sigma aside) and applying it twice changes
+    // nothing more: a fault in any range's parity or offset breaks one of these.
+    for (unsigned c = 0; c <= 0xFFFF; ++c) {
+        const WChar u = wtoupper(WChar(c)), l = wtolower(WChar(c));
+        if (u != c && c != 0x03C2) {
+            ASSERT_EQ(wtolower(u), c) << std::hex << c;
+        }
+        if (l != c) {
+            ASSERT_EQ(wtoupper(l), c) << std::hex << c;
+        }
+        ASSERT_EQ(wtoupper(u), u) << std::hex << c;
+        ASSERT_EQ(wtolower(l), l) << std::hex << c;
+        ASSERT_FALSE(u != c && l != c) << "both cases at once " << std::hex << c;
+    }
+}
+
+TEST(WText, InPlaceCaseFunctionsAndCaseInsensitiveEquality)
+{
+    WChar text[] = {'s', 'e', 'l', 'e', 'c', 't', ' ', 0x0451, 0x00E9, 0x03C9, '1', 0};
+    EXPECT_EQ(str2upper(text), text);
+    EXPECT_EQ(WText(text), WText(WSTR("SELECT ЁÉΩ1")));
+    EXPECT_EQ(str2lower(text), text);
+    EXPECT_EQ(WText(text), WText(WSTR("select ёéω1")));
+
+    struct Case {
+        const WChar* a;
+        const WChar* b;
+        bool equal;
+    } cases[] = {
+        {WSTR("Привет"), WSTR("пРИВЕТ"), true},
+        {WSTR("ÀÉÎ"), WSTR("àéî"), true},
+        {WSTR("ΣΊΣΥΦΟΣ"), WSTR("σίσυφος"), true}, // the final sigma too
+        {WSTR("abc"), WSTR("abd"), false},
+        {WSTR("abc"), WSTR("ab"), false},
+        {WSTR("Straße"), WSTR("STRASSE"), false}, // no length-changing mappings
+        {WSTR(""), WSTR(""), true},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(streq_nocase(c.a, c.b), c.equal);
+        EXPECT_EQ(streq_nocase(c.b, c.a), c.equal);
+    }
+}
+
+TEST(WText, TrimsDropTheGivenCharacterOnly)
+{
+    struct Case {
+        const WChar* text;
+        WChar ch;
+        const WChar* left;
+        const WChar* right;
+        const WChar* both;
+    } cases[] = {
+        {WSTR("  a b  "), ' ', WSTR("a b  "), WSTR("  a b"), WSTR("a b")},
+        {WSTR("   "), ' ', WSTR(""), WSTR(""), WSTR("")},
+        {WSTR(""), ' ', WSTR(""), WSTR(""), WSTR("")},
+        {WSTR("\t a\t"), ' ', WSTR("\t a\t"), WSTR("\t a\t"), WSTR("\t a\t")}, // tabs stay
+        {WSTR("xxaxbxx"), 'x', WSTR("axbxx"), WSTR("xxaxb"), WSTR("axb")},
+        {WSTR("ab"), 0, WSTR("ab"), WSTR("ab"), WSTR("ab")},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << (&c - cases));
+        WText l = c.text, r = c.text, b = c.text;
+        EXPECT_EQ(LTrim(&l[0], c.ch), &l[0]);
+        EXPECT_EQ(RTrim(&r[0], c.ch), &r[0]);
+        EXPECT_EQ(Trim(&b[0], c.ch), &b[0]);
+        EXPECT_EQ(WText(l.c_str()), WText(c.left));
+        EXPECT_EQ(WText(r.c_str()), WText(c.right));
+        EXPECT_EQ(WText(b.c_str()), WText(c.both));
+    }
+    WChar blanks[] = {' ', 'a', ' ', 0};
+    EXPECT_EQ(WText(Trim(blanks)), WText(WSTR("a"))) << "a blank unless told";
+}
+
+TEST(WText, RemoveSlashDropsEscapingBackslashes)
+{
+    struct Case {
+        const WChar* src;
+        const WChar* expected;
+    } cases[] = {
+        {WSTR("n\\/a"), WSTR("n/a")},
+        {WSTR("a\\>b\\<c"), WSTR("a>b<c")}, // the brackets of a template's sections
+        {WSTR("\\\\"), WSTR("\\")},
+        {WSTR("\\\\\\\\x"), WSTR("\\\\x")},
+        {WSTR("\\n"), WSTR("n")},
+        {WSTR("end\\"), WSTR("end\\")}, // nothing to escape: kept
+        {WSTR("plain"), WSTR("plain")},
+        {WSTR(""), WSTR("")},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << (&c - cases));
+        std::vector<WChar> dst(size_t(wstrlen(c.src)) + 1, WChar(0x5a5a));
+        EXPECT_EQ(removeSlash(dst.data(), c.src), dst.data());
+        EXPECT_EQ(WText(dst.data()), WText(c.expected));
+        WText inPlace = c.src;
+        removeSlash(&inPlace[0], inPlace.c_str());
+        EXPECT_EQ(WText(inPlace.c_str()), WText(c.expected));
+    }
+    WChar out[2] = {'x', 'x'};
+    removeSlash(out, nullptr);
+    EXPECT_EQ(out[0], 0);
+}
+
+TEST(WText, AssignStringReplacesAnOwnedString)
+{
+    WChar* owned = nullptr;
+    EXPECT_EQ(WText(assignString(owned, WSTR("first"))), WText(WSTR("first")));
+    const WChar* before = owned;
+    assignString(owned, WSTR("second"));
+    EXPECT_EQ(WText(owned), WText(WSTR("second")));
+    // From a part of itself: the copy is made before the old text is freed.
+    assignString(owned, owned + 3);
+    EXPECT_EQ(WText(owned), WText(WSTR("ond")));
+    EXPECT_NE(before, nullptr);
+    EXPECT_EQ(assignString(owned, nullptr), nullptr);
+    EXPECT_EQ(owned, nullptr);
+    assignString(owned, WSTR(""));
+    ASSERT_NE(owned, nullptr);
+    EXPECT_EQ(owned[0], 0);
+    delete[] owned;
+}
+
+TEST(StrPtrTest, NarrowStreamsReceiveUtf8)
+{
+    std::ostringstream os;
+    os << StrPtr(WSTR("Ж€\xD83D\xDE00!")) << '|' << StrPtr(WSTR("abcdef"), 3) << '|'
+       << StrPtr(nullptr) << '|' << StrPtr(WSTR("x\xD800")) << '|';
+    EXPECT_EQ(os.str(), "\xD0\x96\xE2\x82\xAC\xF0\x9F\x98\x80!|abc||x\xEF\xBF\xBD|");
+
+    const WChar withZero[] = {'a', 0, 'b'};
+    EXPECT_EQ(StrPtr(withZero, 3).length(), 1) << "ends at a zero unit";
+    std::ostringstream os2;
+    os2 << StrPtr(withZero, 3) << WCharString(WSTR("Ёж"));
+    EXPECT_EQ(os2.str(), "a\xD0\x81\xD0\xB6");
+}
+
+TEST(StrPtrTest, WideStreamsReceiveTheUnitsUnchanged)
+{
+    std::basic_ostringstream<WChar> os;
+    os << StrPtr(WSTR("Ж\xD800z")) << StrPtr(WSTR("abc"), 2) << WCharString(WSTR("!"));
+    EXPECT_EQ(os.str(), WText(WSTR("Ж\xD800zab!")));
+}
+
+} // namespace
