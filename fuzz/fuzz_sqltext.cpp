@@ -63,7 +63,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         WChar c = data[i];
         if (c >= 0x80 && i + 1 < size)
             c = WChar((c << 8) | data[++i]);
-        text += c ? c : WChar(' ');
+        // U+FFFF is the streams' end-of-file value (char_traits<char16_t>::eof(), and WEOF
+        // where wchar_t has 16 bits): no basic_ostream<WChar> can carry it.
+        text += c == 0 || c == 0xFFFF ? WChar(' ') : c;
     }
     const std::size_t split = text.empty() ? 0 : data[0] % (text.size() + 1);
     const WString select = text.substr(0, split);

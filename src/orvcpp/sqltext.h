@@ -9,6 +9,8 @@
 
 // The stream the helpers write to. Only whole strings are written to it (`write`), never
 // numbers, so any basic_ostream<WChar> serves, a basic_ostringstream<WChar> among them.
+// Such a stream can't carry U+FFFF, its traits' end-of-file value (libstdc++ turns it into
+// U+FFFD); the helpers pass every other character through unchanged.
 typedef std::basic_ostream<WChar> WOStream;
 
 // How the helpers read SQL text:
