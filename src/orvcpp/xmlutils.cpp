@@ -2,6 +2,9 @@
 // the class header of serialisable classes.
 #include "xmlutils.h"
 
+#include <vexapi/core/charset.h>
+#include <vexapi/core/wcharstring.h>
+
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -12,76 +15,25 @@ namespace XMLUtils {
 
 namespace {
 
-// Private UTF-8/UTF-16 conversions until the library's own take over.
-
-void appendUtf8(std::string& out, unsigned long c)
+// 16-bit text to the UTF-8 of a value. A Latin-1 file keeps only what Latin-1 can hold:
+// the text goes through Latin-1 first, so other characters become '?'.
+std::string fromWide(const WChar* s, XMLEncoding encoding)
 {
-    if (c < 0x80) {
-        out += char(c);
-    } else if (c < 0x800) {
-        out += char(0xC0 | (c >> 6));
-        out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += char(0xE0 | (c >> 12));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    } else {
-        out += char(0xF0 | (c >> 18));
-        out += char(0x80 | ((c >> 12) & 0x3F));
-        out += char(0x80 | ((c >> 6) & 0x3F));
-        out += char(0x80 | (c & 0x3F));
-    }
-}
-
-// 16-bit text to UTF-8; `limit` is the highest code point kept, others become '?'.
-std::string fromWide(const WChar* s, unsigned long limit)
-{
-    std::string out;
-    if (!s)
+    if (!s || !*s)
+        return std::string();
+    if (encoding == XMLEncodingLatin1) {
+        std::string latin(std::size_t(wcs2mbs(nullptr, s, "ISO-8859-1", 0, 0)) + 1, '\0');
+        wcs2mbs(&latin[0], s, "ISO-8859-1", int(latin.size()), 0);
+        latin.pop_back();
+        std::string out(std::size_t(mbs2mbs(nullptr, latin.c_str(), "ISO-8859-1", "UTF-8", 0, 0)) + 1, '\0');
+        mbs2mbs(&out[0], latin.c_str(), "ISO-8859-1", "UTF-8", int(out.size()), 0);
+        out.pop_back();
         return out;
-    for (; *s; ++s) {
-        unsigned long c = *s;
-        if (c >= 0xD800 && c <= 0xDBFF && s[1] >= 0xDC00 && s[1] <= 0xDFFF) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<unsigned long>(s[1]) - 0xDC00);
-            ++s;
-        } else if (c >= 0xD800 && c <= 0xDFFF) {
-            c = 0xFFFD;
-        }
-        appendUtf8(out, c <= limit ? c : '?');
     }
+    std::string out(std::size_t(wcs2mbs(nullptr, s, "UTF-8", 0, 0)) + 1, '\0');
+    wcs2mbs(&out[0], s, "UTF-8", int(out.size()), 0);
+    out.pop_back();
     return out;
-}
-
-// Decodes one UTF-8 sequence at `p` (before `end`), giving the code point and moving `p`;
-// anything malformed (bad lead, missing continuation, overlong, surrogate, above U+10FFFF)
-// gives U+FFFD for its first byte.
-unsigned long decodeUtf8(const unsigned char*& p, const unsigned char* end)
-{
-    unsigned long c = *p;
-    if (c < 0x80) {
-        ++p;
-        return c;
-    }
-    int extra = c >= 0xC2 && c <= 0xDF ? 1 : c >= 0xE0 && c <= 0xEF ? 2 : c >= 0xF0 && c <= 0xF4 ? 3 : 0;
-    if (extra == 0 || end - p <= extra) {
-        ++p;
-        return 0xFFFD;
-    }
-    unsigned long v = c & (0x3Fu >> extra);
-    for (int k = 1; k <= extra; ++k) {
-        if ((p[k] & 0xC0) != 0x80) {
-            ++p;
-            return 0xFFFD;
-        }
-        v = (v << 6) | (p[k] & 0x3F);
-    }
-    static const unsigned long minimum[4] = {0, 0x80, 0x800, 0x10000};
-    if (v < minimum[extra] || v > 0x10FFFF || (v >= 0xD800 && v <= 0xDFFF)) {
-        ++p;
-        return 0xFFFD;
-    }
-    p += extra + 1;
-    return v;
 }
 
 std::string quoted(const std::string& message, const std::string& data)
@@ -165,7 +117,7 @@ void XMLNameValueA::makeValue(int value)
 
 void XMLNameValueA::makeValue(const WChar* text, XMLEncoding encoding)
 {
-    m_value = fromWide(text, encoding == XMLEncodingLatin1 ? 0xFFul : 0x10FFFFul);
+    m_value = fromWide(text, encoding);
 }
 
 bool XMLNameValueA::toInt(int& out) const
@@ -191,29 +143,20 @@ bool XMLNameValueA::toInt(int& out) const
 
 int XMLNameValueA::toRString(WChar* buffer, int size, XMLEncoding) const
 {
-    const unsigned char* p = reinterpret_cast<const unsigned char*>(m_value.data());
-    const unsigned char* end = p + m_value.size();
-    int length = 0; // characters of the whole value
-    int stored = 0; // characters written to the buffer
-    const int room = size > 0 ? size - 1 : 0;
-    while (p < end) {
-        unsigned long c = decodeUtf8(p, end);
-        if (c >= 0x10000) {
-            if (buffer && stored + 2 <= room && stored == length) {
-                c -= 0x10000;
-                buffer[stored++] = WChar(0xD800 + (c >> 10));
-                buffer[stored++] = WChar(0xDC00 + (c & 0x3FF));
-            }
-            length += 2;
-        } else {
-            if (buffer && stored < room && stored == length)
-                buffer[stored++] = WChar(c);
-            ++length;
-        }
-    }
+    // Values are kept in UTF-8 whatever the file's encoding. An embedded zero byte ends
+    // the text, as it would any C string.
+    const int length = mbs2wcs(nullptr, m_value.c_str(), "UTF-8", 0, 0);
     if (buffer && size > 0)
-        buffer[stored] = 0;
+        mbs2wcs(buffer, m_value.c_str(), "UTF-8", size, 0);
     return length;
+}
+
+int XMLNameValueA::toRString(WCharString& out, XMLEncoding encoding) const
+{
+    std::basic_string<WChar> text(std::size_t(toRString(nullptr, 0, encoding)) + 1, WChar(0));
+    toRString(&text[0], int(text.size()), encoding);
+    out = WCharString(text.c_str(), int(text.size()) - 1);
+    return int(text.size()) - 1;
 }
 
 // --- attributes and elements ---------------------------------------------------------------

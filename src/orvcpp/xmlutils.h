@@ -8,6 +8,7 @@
 #include <vexapi/core/api.h>
 #include <vexapi/core/list.h>
 #include <vexapi/core/types.h>
+#include <vexapi/core/wcharstring.h>
 
 #include <string>
 
@@ -92,6 +93,8 @@ public:
     // value's whole length in characters, so that a result >= size says it was cut.
     // Invalid UTF-8 becomes U+FFFD.
     int toRString(WChar* buffer, int size, XMLEncoding encoding) const;
+    // The value as a WCharString; gives its length.
+    int toRString(WCharString& out, XMLEncoding encoding) const;
 
 private:
     std::string m_name;

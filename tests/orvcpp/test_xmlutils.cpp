@@ -65,6 +65,10 @@ WString readBack(const XMLNameValueA& v)
     WString out(std::size_t(n) + 1, WChar(0));
     EXPECT_EQ(v.toRString(&out[0], n + 1, XMLEncodingUTF8), n);
     out.resize(std::size_t(n));
+    // The WCharString form gives the same text.
+    WCharString whole;
+    EXPECT_EQ(v.toRString(whole, XMLEncodingUTF8), n);
+    EXPECT_EQ(WString(whole.constData(), std::size_t(n)), out);
     return out;
 }
 
@@ -360,11 +364,12 @@ TEST(XmlValues, ToRStringTruncatesWholeCharactersAndRepairsBadText)
     }
 
     // Invalid UTF-8 (a stray continuation, a truncated sequence, an overlong form, an
-    // encoded surrogate) reads as U+FFFD per bad byte.
+    // encoded surrogate) reads as one U+FFFD per maximal ill-formed part: a truncated
+    // sequence is one, an overlong or surrogate form one per byte.
     v.setValue("a\x80" "b\xE2\x82" "c\xC0\xAF" "d\xED\xA0\x80");
     const WString got = readBack(v);
     const WChar bad = WChar(0xFFFD);
-    const WString expected = WString(1, 'a') + bad + WChar('b') + bad + bad + WChar('c') + bad +
+    const WString expected = WString(1, 'a') + bad + WChar('b') + bad + WChar('c') + bad +
                              bad + WChar('d') + bad + bad + bad;
     EXPECT_EQ(got, expected);
 
