@@ -294,6 +294,7 @@ struct ArithCase {
 
 const std::string kThirds = "0." + std::string(33, '3');
 const std::string kTwoThirds = "0." + std::string(32, '6') + "7";
+const std::string kMinusTwoThirds = "-" + kTwoThirds;
 
 TEST(OrvDecArithmetic, ExpectedResults)
 {
@@ -310,7 +311,7 @@ TEST(OrvDecArithmetic, ExpectedResults)
         {"0", '*', "-5", "0"},
         {"1", '/', "3", kThirds.c_str()},
         {"2", '/', "3", kTwoThirds.c_str()},
-        {"-2", '/', "3", ("-" + kTwoThirds).c_str()},
+        {"-2", '/', "3", kMinusTwoThirds.c_str()},
         {"1", '/', "4", "0.25"},
         {"1", '/', "8", "0.125"},
         {"10", '/', "4", "2.5"},
