@@ -245,9 +245,7 @@ struct Parts {
     OrvDec::Status status = OrvDec::Valid;
 };
 
-const std::uint64_t kHiMask = (std::uint64_t(1) << 48) - 1;
-
-// 10^33 as (lo, hi) halves, the first coefficient that does not fit.
+// 10^33, the first coefficient that does not fit.
 const Big& coefficientLimit() { return pow10(OrvDec::MaxDigits); }
 
 bool isZeroCoefficient(const Parts& p) { return p.lo == 0 && p.hi == 0; }
