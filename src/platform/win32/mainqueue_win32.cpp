@@ -122,6 +122,12 @@ bool MainQueue::peek(Message& message, unsigned id)
     MSG msg;
     if (!PeekMessageW(&msg, nullptr, id, id, PM_REMOVE))
         return false;
+    if (msg.message == WM_QUIT && id != WM_QUIT) {
+        // PeekMessageW hands out WM_QUIT whatever the filter says (seen under Wine, and so
+        // documented). Taken here it would be lost: put it back for the next unfiltered take.
+        PostQuitMessage(int(msg.wParam));
+        return false;
+    }
     store(message, msg);
     return true;
 }
