@@ -263,6 +263,11 @@ struct WaitCase {
     OneLevelGUIWaiter::Result expected;
 };
 
+void PrintTo(const WaitCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
 class WaiterTest : public MainThreadTest, public ::testing::WithParamInterface<WaitCase> {};
 
 TEST_P(WaiterTest, EndsWithTheResult)

@@ -16,7 +16,7 @@ const WChar* const PostWindowClass = L"VexapiMainQueuePost";
 
 // Written by the main thread at attach and detach, read by posting threads.
 std::atomic<DWORD> s_mainThread{0};
-HWND s_postWindow = nullptr;
+std::atomic<HWND> s_postWindow{nullptr};
 ATOM s_postClass = 0;
 
 HINSTANCE libraryInstance()
@@ -68,16 +68,15 @@ bool MainQueue::attach()
     windowClass.hInstance = libraryInstance();
     windowClass.lpszClassName = PostWindowClass;
     s_postClass = RegisterClassW(&windowClass);
-    s_postWindow = CreateWindowExW(0, PostWindowClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE,
-                                   nullptr, windowClass.hInstance, nullptr);
+    s_postWindow.store(CreateWindowExW(0, PostWindowClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE,
+                                       nullptr, windowClass.hInstance, nullptr));
     return true;
 }
 
 void MainQueue::detach()
 {
-    if (s_postWindow)
-        DestroyWindow(s_postWindow);
-    s_postWindow = nullptr;
+    if (HWND window = s_postWindow.exchange(nullptr))
+        DestroyWindow(window);
     if (s_postClass)
         UnregisterClassW(PostWindowClass, libraryInstance());
     s_postClass = 0;
@@ -148,7 +147,7 @@ bool MainQueue::postThreadMessage(unsigned id)
 
 bool MainQueue::postCall(Object* target, void* pointer)
 {
-    HWND window = s_postWindow;
+    HWND window = s_postWindow.load();
     return window && PostMessageW(window, PostMessageId, reinterpret_cast<WPARAM>(target),
                                   reinterpret_cast<LPARAM>(pointer));
 }
