@@ -1,0 +1,16 @@
+// ActiveFormsPointer: a form's place on the Application's list of active forms.
+#include "activeformspointer.h"
+
+#include "application.h"
+
+ActiveFormsPointer::ActiveFormsPointer(VexAPI::WForm* form) : WFPointer(form)
+{
+    if (Application* app = Application::getApp())
+        app->activeForms().pushBack(this);
+}
+
+ActiveFormsPointer::~ActiveFormsPointer()
+{
+    if (isLinked())
+        List::remove(List::Iterator(this));
+}

@@ -1,0 +1,56 @@
+// PerformMainEntry: the process entry's preparation and the run of the application object.
+#include "mainentry.h"
+
+#include "application.h"
+#include "appplatform.h"
+#include "mainqueue.h"
+
+#include <clocale>
+#include <string>
+#include <vector>
+
+void (*EntryHooks::initWindowLayer)() = nullptr;
+void (*EntryHooks::setFontSubstitutionFile)(const WChar* path) = nullptr;
+
+int PerformMainEntry(int argc, WChar** argv)
+{
+    // 1. The window layer: the toolkit's WForm::init, installed by the toolkit once it
+    // exists; until then nothing to do.
+    if (EntryHooks::initWindowLayer)
+        EntryHooks::initWindowLayer();
+
+    // 2. The user's locale for character conversions.
+    std::setlocale(LC_CTYPE, "");
+
+    // 3. The font substitutions beside the executable: Font::setSubstitutionFile, installed
+    // by the painter layer once it exists; until then nothing to do.
+    if (EntryHooks::setFontSubstitutionFile) {
+        std::vector<WChar> folder(std::size_t(AppPlatform::maxPath()), 0);
+        Application::getExecutablePath(folder.data(), int(folder.size()));
+        std::basic_string<WChar> fonts(folder.data());
+        fonts += Application::pathSep();
+        fonts += WSTR("fonts.sub");
+        EntryHooks::setFontSubstitutionFile(fonts.c_str());
+    }
+
+    // 4. The main mutex and the main thread (with its queue).
+    MainMutex::create();
+    MainQueue::attach();
+
+    // 5. The main thread is the apartment-threaded COM thread.
+    AppPlatform::initApartment();
+
+    // 6. The application's three stages.
+    if (Application* app = Application::getApp()) {
+        if (app->initApplication(argc, argv)) {
+            app->messagePump();
+            app->deInitApplication();
+        }
+    }
+
+    // 7. The process ends with 0 whatever quitApplication was given.
+    AppPlatform::endApartment();
+    MainQueue::detach();
+    MainMutex::close();
+    return 0;
+}
