@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Prints Google Benchmark JSON results as a table of ns per iteration, with ratios.
+With repetitions, the median of each benchmark is shown.
 
 A benchmark names its peers in its label: "ratio-to:NAME[,NAME...]"; each ratio is its
 time divided by the peer's time from the same run (below 1.0: faster than the peer).
@@ -12,7 +13,12 @@ def main(paths):
     for path in paths:
         with open(path) as f:
             data = json.load(f)
-        rows = [b for b in data["benchmarks"] if b.get("run_type", "iteration") == "iteration"]
+        # With repetitions, the medians stand for each benchmark.
+        medians = [b for b in data["benchmarks"] if b.get("aggregate_name") == "median"]
+        if medians:
+            rows = [dict(b, name=b["run_name"]) for b in medians]
+        else:
+            rows = [b for b in data["benchmarks"] if b.get("run_type", "iteration") == "iteration"]
         by_name = {b["name"]: b for b in rows}
         print(f"== {data['context'].get('executable', path)}")
         print(f"{'benchmark':<40} {'ns/iter':>12}  ratios")
