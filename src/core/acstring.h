@@ -25,7 +25,7 @@ namespace VexAPI {
 class VEXAPI_API aCString {
 public:
     // Format's buffer, in units with the terminator: longer results are cut and asserted on.
-    static const int MAX_FORMAT_BUFFER = 0x20000;
+    static constexpr int MAX_FORMAT_BUFFER = 0x20000;
 
     aCString();
     // `n` units of `text` (zeros among them are kept), in a zeroed block of n + 1 units.

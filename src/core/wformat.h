@@ -16,10 +16,10 @@
 //   flags       -  +  space  #  0
 //   width       digits or *   (a negative * width means the - flag)
 //   precision   .digits or .* (a negative * precision means none)
-//   length      hh h l ll L z j t, and I64 I32 as on Windows
+//   length      hh h l ll L z j t, and I64 I32 I (size_t) as on Windows
 //   %d %i       signed integer          %u %o %x %X   unsigned integer
 //   %f %F %e %E %g %G %a %A             double (long double with L)
-//   %c          a WChar (passed as int); %hc a narrow char
+//   %c %lc      a WChar (passed as int), a zero one included; %hc %C a narrow char
 //   %s %ls      16-bit text (const WChar*); a null pointer prints "(null)"
 //   %hs %S      narrow text (const char*) in the platform's 8-bit charset (getStdCharset)
 //   %p          pointer                 %%  a percent sign

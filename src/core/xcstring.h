@@ -14,7 +14,7 @@ namespace VexAPI {
 // a character the charset lacks becomes '?'.
 class VEXAPI_API xCString {
 public:
-    static const int MAX_FORMAT_BUFFER = 0x20000;
+    static constexpr int MAX_FORMAT_BUFFER = 0x20000;
 
     xCString();
     xCString(const char* text, int n);
