@@ -1,0 +1,59 @@
+// Conversions between the platform's 8-bit text and 16-bit text, over the charset layer.
+#include "platformtext.h"
+
+#include "charset.h"
+
+#include <cstring>
+
+namespace VexAPI {
+namespace PlatformText {
+
+const char* charset()
+{
+    const char* name = getStdCharset();
+    return findCharset(name) ? name : "UTF-8";
+}
+
+std::basic_string<WChar> widen(const char* text, int n)
+{
+    if (!text)
+        return std::basic_string<WChar>();
+    if (n < 0)
+        n = static_cast<int>(std::strlen(text));
+    // A count of 0 would mean "to the terminator" to the conversion: the empty text stops
+    // here.
+    if (n == 0)
+        return std::basic_string<WChar>();
+    const char* cs = charset();
+    const int need = mbs2wcs(nullptr, text, cs, 0, n);
+    if (need <= 0)
+        return std::basic_string<WChar>();
+    std::basic_string<WChar> out(static_cast<size_t>(need) + 1, WChar(0));
+    const int got = mbs2wcs(&out[0], text, cs, need + 1, n);
+    out.resize(got > 0 ? static_cast<size_t>(got) : 0);
+    return out;
+}
+
+std::string narrow(const WChar* text, int n)
+{
+    if (!text)
+        return std::string();
+    if (n < 0) {
+        n = 0;
+        while (text[n])
+            ++n;
+    }
+    if (n == 0)
+        return std::string();
+    const char* cs = charset();
+    const int need = wcs2mbs(nullptr, text, cs, 0, n);
+    if (need <= 0)
+        return std::string();
+    std::string out(static_cast<size_t>(need) + 1, '\0');
+    const int got = wcs2mbs(&out[0], text, cs, need + 1, n);
+    out.resize(got > 0 ? static_cast<size_t>(got) : 0);
+    return out;
+}
+
+} // namespace PlatformText
+} // namespace VexAPI
