@@ -95,6 +95,7 @@ bool CEditString::resize(int n)
     std::free(text);
     text = nullptr;
     length = 0;
+    textChanged();
     return false;
 }
 
@@ -124,6 +125,7 @@ bool CEditString::Insert(const WChar* source, int at, int n)
     std::memcpy(text + at, source, std::size_t(n) * sizeof(WChar));
     length = old + n;
     text[length] = 0;
+    textChanged();
     manageSegmentsCols(at, n);
     return true;
 }
@@ -140,6 +142,7 @@ bool CEditString::Delete(int from, int to)
     resize(length);
     if (text)
         text[length] = 0;
+    textChanged();
     manageSegmentsCols(from, -n);
     return true;
 }
@@ -179,6 +182,7 @@ bool CEditString::Change(const WChar* source, int at, int n)
     }
     if (n > 0)
         std::memcpy(text + at, source, std::size_t(n) * sizeof(WChar));
+    textChanged();
     return true;
 }
 
@@ -299,6 +303,7 @@ void CEditString::Empty()
     std::free(text);
     text = nullptr;
     length = 0;
+    textChanged();
 }
 
 const WChar* CEditString::GetData() const
@@ -309,11 +314,18 @@ const WChar* CEditString::GetData() const
 
 // ---- Segments.
 
+void CEditString::textChanged()
+{
+    if (m_oBlock)
+        m_oBlock->textChanged();
+}
+
 void CEditString::unlinkSegment(CTextSegment* segment)
 {
     int hidden = segment->totalRows() - 1;
     List::remove(List::Iterator(segment));
     segment->setOString(nullptr);
+    textChanged();
     addSubRows(-hidden);
 }
 
@@ -328,6 +340,7 @@ bool CEditString::InsSegment(CTextSegment* segment)
         return false;
     List::insert(segment, posForSegment(col));
     segment->setOString(this);
+    textChanged();
     addSubRows(segment->totalRows() - 1);
     return true;
 }

@@ -314,6 +314,8 @@ private:
     bool normalRange(int& from, int& to) const;
     // Moves range ends out of labels so that no label is cut.
     void tighten(int& from, int& to) const;
+    // The row's expansion changed: the text lengths kept by the blocks above are stale.
+    void textChanged();
     // Unlinks `segment` from the list and passes the loss of its rows up.
     void unlinkSegment(CTextSegment* segment);
     bool walkForward(int from, int to, CExpansionSink& sink) const;

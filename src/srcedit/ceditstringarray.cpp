@@ -13,7 +13,7 @@
 
 CEditStringArray::CEditStringArray(CTextSegment* owner)
     : CEditArray(int(sizeof(CEditString*)), 50), m_subRows(0), m_oSegment(nullptr),
-      m_editor(nullptr), m_actual(false)
+      m_editor(nullptr), m_actual(false), m_textLength(-1)
 {
     if (owner && !owner->block())
         owner->setBlock(this);
@@ -89,6 +89,7 @@ void CEditStringArray::adopt(CEditString* row, int i)
     row->setOBlock(this);
     int total = row->totalRows();
     m_subRows += total - 1;
+    textChanged();
     refreshRowIDs(i);
     passUp(total);
 }
@@ -169,6 +170,7 @@ bool CEditStringArray::InsertBlock(CEditStringArray* block, int i)
     }
     count += n;
     m_subRows += total - n;
+    textChanged();
     refreshRowIDs(i);
     passUp(total);
     return true;
@@ -191,6 +193,7 @@ bool CEditStringArray::DeleteBlock(int i, int n, bool destroy)
     for (CEditString* row : leaving)
         if (row->oBlock() == this)
             row->setOBlock(nullptr);
+    textChanged();
     refreshRowIDs(i);
     passUp(-total);
     if (destroy)
@@ -206,6 +209,7 @@ void CEditStringArray::DelAllString()
     std::vector<CEditString*> leaving(rows(), rows() + count);
     count = 0;
     m_subRows = 0;
+    textChanged();
     passUp(-total);
     for (auto it = leaving.rbegin(); it != leaving.rend(); ++it) {
         CEditString* row = *it;
@@ -253,6 +257,16 @@ void CEditStringArray::passUp(int delta)
 {
     if (delta != 0 && m_oSegment)
         m_oSegment->addSubRows(delta);
+}
+
+void CEditStringArray::textChanged()
+{
+    // A block whose length is unknown has every block above it unknown as well.
+    for (const CEditStringArray* block = this; block && block->m_textLength >= 0;) {
+        block->m_textLength = -1;
+        const CTextSegment* fold = block->m_oSegment;
+        block = fold && fold->oString() ? fold->oString()->oBlock() : nullptr;
+    }
 }
 
 int CEditStringArray::Abs2VisRowId(int absRow, bool nearest) const
@@ -367,7 +381,7 @@ bool CEditStringArray::walkRange(int col1, int row1, int col2, int row2, CExpans
     return r[row2]->walkForward(0, col2, sink);
 }
 
-int CEditStringArray::textLength() const
+int CEditStringArray::countTextLength() const
 {
     if (count == 0)
         return 0;
@@ -375,6 +389,13 @@ int CEditStringArray::textLength() const
     for (int i = 0; i < count; ++i)
         n += rows()[i]->textLength();
     return n;
+}
+
+int CEditStringArray::textLength() const
+{
+    if (m_textLength < 0)
+        m_textLength = countTextLength();
+    return m_textLength;
 }
 
 int CEditStringArray::textLength(int col1, int row1, int col2, int row2) const
@@ -526,11 +547,17 @@ int CEditStringArray::check(CheckState& state) const
         // The row's own numbers: 1 and 2 are its text and labels, 3 its folds' links.
         if (int broken = row->checkInvariants())
             return broken == 3 ? 6 : 5;
-        for (CTextSegment& fold : row->segs())
+        for (CTextSegment& fold : row->segs()) {
             if (int broken = fold.block()->check(state))
                 return broken;
+            // A known length rests on known lengths below.
+            if (m_textLength >= 0 && fold.block()->m_textLength < 0)
+                return 10;
+        }
     }
     if (hidden != m_subRows)
         return 4;
+    if (m_textLength >= 0 && m_textLength != countTextLength())
+        return 10;
     return 0;
 }

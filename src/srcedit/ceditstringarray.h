@@ -37,6 +37,10 @@ class CTextSegment;
 //     this block's `actual`.
 //  8. A block with an editor is a top block (no oSegment) and is actual.
 //  9. No row appears twice, here or in any block below.
+// 10. A known text length (kept so that columns convert across folds without walking
+//     the hidden rows) equals the sum of the rows' expansions and the row gaps. A block
+//     whose length is known has every block below known too, so a change that forgets
+//     the length of a block forgets those above it, and stops where one is unknown.
 class VEXAPI_API CEditStringArray : public CEditArray {
 public:
     // An empty block; when `owner` is given and has no block yet, the block becomes its.
@@ -108,6 +112,7 @@ public:
     // ---- Text.
 
     // Characters of the block's plain text: the rows' expansions and 2 per row gap.
+    // Kept once counted, until a change below forgets it.
     int textLength() const;
     // The same for the range from (col1, row1) to (col2, row2), in visible columns, col2
     // of -1 meaning the end of row2; 0 for an invalid range.
@@ -164,6 +169,9 @@ private:
     void rowChanged(CEditString* row, int delta);
     // The block's total row count changed by `delta`: pass it to the owning fold.
     void passUp(int delta);
+    // The plain text changed: forget the kept length here and in every block above.
+    void textChanged();
+    int countTextLength() const;
     int indexOf(const CEditString* row) const;
     bool walkForward(CExpansionSink& sink) const;
     bool walkBackward(CExpansionSink& sink) const;
@@ -183,4 +191,5 @@ private:
     CTextSegment* m_oSegment;
     CSrcEdit* m_editor;
     bool m_actual;
+    mutable int m_textLength; // -1 while not counted
 };

@@ -118,6 +118,8 @@ bool CTextSegment::setBlock(CEditStringArray* block)
     }
     m_block = block;
     block->m_oSegment = this;
+    if (m_oString)
+        m_oString->textChanged();
     addSubRows(block->totalRows());
     refreshActual();
     if (old)

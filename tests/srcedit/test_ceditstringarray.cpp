@@ -261,14 +261,16 @@ TEST(CTextSegment, SetBlockMovesTheRowCountsAndReleasesTheOldBlock)
     CTextSegment* fold = doc->GetString(0)->GetSegment(0);
     ASSERT_EQ(4, doc->totalRows());
     std::unique_ptr<CEditStringArray> old(fold->block());
+    int length = doc->textLength(); // counted now, so the swap must make it stale
     EXPECT_FALSE(fold->setBlock(nullptr));
     EXPECT_FALSE(fold->setBlock(old.get()));
     EXPECT_TRUE(fold->setBlock(blockOf("1\r\n2\r\n3")));
     EXPECT_EQ(nullptr, old->oSegment());
     EXPECT_EQ(5, doc->totalRows());
     EXPECT_EQ(3, doc->GetString(1)->absRowId());
-    EXPECT_EQ("a1\r\n2\r\n3\r\nc\r\nd", expanded(doc.get()));
     EXPECT_EQ(0, doc->checkInvariants());
+    EXPECT_EQ(length - 3 + 7, doc->textLength());
+    EXPECT_EQ("a1\r\n2\r\n3\r\nc\r\nd", expanded(doc.get()));
 }
 
 TEST(CTextSegment, AHiddenBlockDeletedDirectlyLeavesTheCountsRight)
