@@ -440,11 +440,14 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
-            std::string name = run.benchmark_name();
-            std::size_t slash = name.find('/');
+            // With repetitions the table takes the median; otherwise the one run.
+            bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+            if (run.run_type == Run::RT_Aggregate && !median)
+                continue;
+            std::string name = run.run_name.function_name;
             std::size_t cut = name.find('_');
             std::string side = name.substr(0, cut);
-            std::string op = name.substr(cut + 1, slash == std::string::npos ? std::string::npos : slash - cut - 1);
+            std::string op = name.substr(cut + 1);
             Result& r = results[op];
             auto ops = run.counters.find("ops");
             auto bytes = run.counters.find("bytes_per_char");
