@@ -554,3 +554,23 @@ const char* getStdCharset()
     }
     return kTable[0].info.name;
 }
+
+std::string utf8FromWide(const WChar* text, int n)
+{
+    const int need = wcs2mbs(nullptr, text, "UTF-8", 0, n);
+    if (need <= 0)
+        return std::string();
+    std::string out(std::size_t(need) + 1, '\0');
+    out.resize(std::size_t(wcs2mbs(&out[0], text, "UTF-8", need + 1, n)));
+    return out;
+}
+
+std::basic_string<WChar> wideFromUtf8(const char* text, int n)
+{
+    const int need = mbs2wcs(nullptr, text, "UTF-8", 0, n);
+    if (need <= 0)
+        return std::basic_string<WChar>();
+    std::basic_string<WChar> out(std::size_t(need) + 1, WChar(0));
+    out.resize(std::size_t(mbs2wcs(&out[0], text, "UTF-8", need + 1, n)));
+    return out;
+}

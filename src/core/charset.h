@@ -5,6 +5,8 @@
 #include "api.h"
 #include "types.h"
 
+#include <string>
+
 // ---- The charset table ----
 //
 // One table serves both builds, so a name that works on Linux works on Windows. Names are
@@ -108,3 +110,11 @@ VEXAPI_API int mbs2mbs(char* dst, const char* src, const char* fromCharset,
 // otherwise the platform's own name ("EUC-JP", "CP932"), which the conversions refuse
 // with -1. The text is static, or owned by the locale until its next change.
 VEXAPI_API const char* getStdCharset();
+
+// ---- Whole texts and UTF-8 ----
+// UTF-8 is the encoding of Linux file names, of program arguments and of XML values, so
+// these two run wherever 16-bit text meets such a string. They follow the contract above
+// (a pair is one four-byte sequence, malformed input becomes U+FFFD); `n` is srcLen.
+
+VEXAPI_API std::string utf8FromWide(const WChar* text, int n = 0);
+VEXAPI_API std::basic_string<WChar> wideFromUtf8(const char* text, int n = 0);

@@ -30,10 +30,7 @@ std::string fromWide(const WChar* s, XMLEncoding encoding)
         out.pop_back();
         return out;
     }
-    std::string out(std::size_t(wcs2mbs(nullptr, s, "UTF-8", 0, 0)) + 1, '\0');
-    wcs2mbs(&out[0], s, "UTF-8", int(out.size()), 0);
-    out.pop_back();
-    return out;
+    return utf8FromWide(s);
 }
 
 std::string quoted(const std::string& message, const std::string& data)

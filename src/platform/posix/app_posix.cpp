@@ -2,6 +2,7 @@
 // narrowing, and the Application members that are bound to the platform.
 #include <vexapi/app/application.h>
 #include <vexapi/app/appplatform.h>
+#include <vexapi/core/charset.h>
 
 #include <cerrno>
 #include <climits>
@@ -18,73 +19,7 @@ namespace {
 
 typedef std::basic_string<WChar> WText;
 
-// UTF-16 to UTF-8, the encoding of Linux file names. A lone surrogate becomes U+FFFD.
-std::string toUtf8(const WChar* s)
-{
-    std::string out;
-    for (; s && *s; ++s) {
-        unsigned long c = *s;
-        if (c >= 0xD800 && c <= 0xDBFF && s[1] >= 0xDC00 && s[1] <= 0xDFFF) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (unsigned long)(s[1] - 0xDC00);
-            ++s;
-        } else if (c >= 0xD800 && c <= 0xDFFF) {
-            c = 0xFFFD;
-        }
-        if (c < 0x80) {
-            out += char(c);
-        } else if (c < 0x800) {
-            out += char(0xC0 | (c >> 6));
-            out += char(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += char(0xE0 | (c >> 12));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        } else {
-            out += char(0xF0 | (c >> 18));
-            out += char(0x80 | ((c >> 12) & 0x3F));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
 
-// UTF-8 to UTF-16. A byte that does not start a valid sequence becomes U+FFFD.
-WText fromUtf8(const char* s)
-{
-    WText out;
-    const unsigned char* p = reinterpret_cast<const unsigned char*>(s);
-    while (p && *p) {
-        unsigned long c = *p;
-        int more = c < 0x80 ? 0 : (c >> 5) == 0x6 ? 1 : (c >> 4) == 0xE ? 2 : (c >> 3) == 0x1E ? 3 : -1;
-        if (more < 0) {
-            out += WChar(0xFFFD);
-            ++p;
-            continue;
-        }
-        c &= more == 0 ? 0x7F : (0x3F >> more);
-        int i = 1;
-        for (; i <= more; ++i) {
-            if ((p[i] & 0xC0) != 0x80)
-                break;
-            c = (c << 6) | (p[i] & 0x3F);
-        }
-        if (i <= more || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
-            out += WChar(0xFFFD);
-            ++p;
-            continue;
-        }
-        p += more + 1;
-        if (c >= 0x10000) {
-            c -= 0x10000;
-            out += WChar(0xD800 + (c >> 10));
-            out += WChar(0xDC00 + (c & 0x3FF));
-        } else {
-            out += WChar(c);
-        }
-    }
-    return out;
-}
 
 // Copies at most size - 1 characters and a terminator; gives the whole length.
 int copyOut(const WText& text, WChar* buffer, int size)
@@ -131,7 +66,7 @@ int AppPlatform::programPath(WChar* buffer, int size)
         return 0;
     }
     path[n] = 0;
-    return copyOut(fromUtf8(path), buffer, size);
+    return copyOut(wideFromUtf8(path), buffer, size);
 }
 
 int AppPlatform::userSettingsFolder(WChar* buffer, int size)
@@ -156,7 +91,7 @@ int AppPlatform::userSettingsFolder(WChar* buffer, int size)
         folder += ".config";
     }
     mkdir(folder.c_str(), 0700);
-    WText wide = fromUtf8(folder.c_str());
+    WText wide = wideFromUtf8(folder.c_str());
     if (!buffer || int(wide.size()) >= size)
         return 0;
     return copyOut(wide, buffer, size);
@@ -168,7 +103,7 @@ int AppPlatform::tempFolder(WChar* buffer, int size)
     std::string folder = tmp && tmp[0] == '/' ? withoutTrailingSlashes(tmp) : std::string("/tmp");
     if (folder != "/")
         folder += '/';
-    WText wide = fromUtf8(folder.c_str());
+    WText wide = wideFromUtf8(folder.c_str());
     // Like GetTempPathW: a buffer too small receives nothing, and the length tells so.
     if (!buffer || int(wide.size()) >= size)
         return int(wide.size());
@@ -178,12 +113,12 @@ int AppPlatform::tempFolder(WChar* buffer, int size)
 bool AppPlatform::createTempFile(const WChar* folder, const WChar* prefix, WChar* buffer,
                                  int size)
 {
-    std::string name = toUtf8(folder) + toUtf8(prefix) + "XXXXXX.tmp";
+    std::string name = utf8FromWide(folder) + utf8FromWide(prefix) + "XXXXXX.tmp";
     int fd = mkstemps(&name[0], 4);
     if (fd < 0)
         return false;
     ::close(fd);
-    WText wide = fromUtf8(name.c_str());
+    WText wide = wideFromUtf8(name.c_str());
     if (!buffer || int(wide.size()) >= size) {
         ::unlink(name.c_str());
         return false;
@@ -194,7 +129,7 @@ bool AppPlatform::createTempFile(const WChar* folder, const WChar* prefix, WChar
 
 int AppPlatform::makeDirectory(const WChar* path, int* error)
 {
-    if (::mkdir(toUtf8(path).c_str(), 0777) == 0)
+    if (::mkdir(utf8FromWide(path).c_str(), 0777) == 0)
         return 1;
     if (error)
         *error = errno == EEXIST ? AlreadyExists : (errno ? errno : -1);
@@ -208,12 +143,12 @@ std::FILE* AppPlatform::openFile(const WChar* path, const char* mode)
     for (const char* m = mode; m && *m; ++m)
         if (*m != 't')
             plain += *m;
-    return std::fopen(toUtf8(path).c_str(), plain.c_str());
+    return std::fopen(utf8FromWide(path).c_str(), plain.c_str());
 }
 
 bool AppPlatform::removeFile(const WChar* path)
 {
-    return path && std::remove(toUtf8(path).c_str()) == 0;
+    return path && std::remove(utf8FromWide(path).c_str()) == 0;
 }
 
 int AppPlatform::narrow(const WChar* text, char* buffer, int size)
@@ -260,13 +195,13 @@ int Application::GetPID()
 bool Application::fsEntryExist(const WChar* path)
 {
     struct stat info;
-    return path && ::stat(toUtf8(path).c_str(), &info) == 0;
+    return path && ::stat(utf8FromWide(path).c_str(), &info) == 0;
 }
 
 bool Application::deleteFile(const WChar* path)
 {
     // True when the file could not be deleted: callers rely on the inversion.
-    return !(path && ::unlink(toUtf8(path).c_str()) == 0);
+    return !(path && ::unlink(utf8FromWide(path).c_str()) == 0);
 }
 
 bool Application::isPathAbsolute(const WChar* path)

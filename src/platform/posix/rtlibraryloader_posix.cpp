@@ -1,6 +1,8 @@
 // RTLibraryLoader on POSIX: dlopen and dlsym, with the handles kept for the process's life.
 #include <vexapi/orvcpp/rtlibraryloader.h>
 
+#include <vexapi/core/charset.h>
+
 #include <dlfcn.h>
 
 #include <map>
@@ -8,38 +10,6 @@
 #include <string>
 
 namespace {
-
-// UTF-16 to UTF-8 for the file name dlopen takes; an unpaired surrogate becomes U+FFFD.
-// (Private until the library's own text conversions take over.)
-std::string toUtf8(const WChar* s)
-{
-    std::string out;
-    for (; *s; ++s) {
-        unsigned long c = *s;
-        if (c >= 0xD800 && c <= 0xDBFF && s[1] >= 0xDC00 && s[1] <= 0xDFFF) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<unsigned long>(s[1]) - 0xDC00);
-            ++s;
-        } else if (c >= 0xD800 && c <= 0xDFFF) {
-            c = 0xFFFD;
-        }
-        if (c < 0x80) {
-            out += char(c);
-        } else if (c < 0x800) {
-            out += char(0xC0 | (c >> 6));
-            out += char(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += char(0xE0 | (c >> 12));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        } else {
-            out += char(0xF0 | (c >> 18));
-            out += char(0x80 | ((c >> 12) & 0x3F));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
 
 // The libraries loaded so far, by the name they were asked for. Never closed: see the class.
 struct Loaded {
@@ -60,7 +30,7 @@ RTLibraryLoader::Function RTLibraryLoader::loadFunction(const WChar* library, co
 {
     if (!library || !*library || !name || !*name)
         return nullptr;
-    const std::string file = toUtf8(library);
+    const std::string file = utf8FromWide(library);
     Loaded& table = loaded();
     std::lock_guard<std::mutex> guard(table.lock);
     void*& handle = table.handles[file];

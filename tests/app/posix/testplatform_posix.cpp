@@ -2,6 +2,7 @@
 #include "../testplatform.h"
 
 #include <vexapi/app/application.h>
+#include <vexapi/core/charset.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -18,30 +19,7 @@ namespace {
 
 std::string toUtf8(const WString& s)
 {
-    std::string out;
-    for (std::size_t i = 0; i < s.size(); ++i) {
-        unsigned long c = s[i];
-        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < s.size() && s[i + 1] >= 0xDC00
-            && s[i + 1] <= 0xDFFF) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (unsigned long)(s[++i] - 0xDC00);
-        }
-        if (c < 0x80) {
-            out += char(c);
-        } else if (c < 0x800) {
-            out += char(0xC0 | (c >> 6));
-            out += char(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += char(0xE0 | (c >> 12));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        } else {
-            out += char(0xF0 | (c >> 18));
-            out += char(0x80 | ((c >> 12) & 0x3F));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
+    return utf8FromWide(s.c_str());
 }
 
 } // namespace
