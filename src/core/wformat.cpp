@@ -55,7 +55,7 @@ struct Output {
 
 enum Length { LenNone, LenHH, LenH, LenL, LenLL, LenBigL, LenZ, LenJ, LenT };
 
-struct Spec {
+struct Directive {
     bool left = false, plus = false, space = false, alt = false, zero = false;
     int width = 0;
     int precision = -1; // -1: none
@@ -65,30 +65,30 @@ struct Spec {
 
 // The narrow printf conversion for a number, without its width and the - and 0 flags:
 // the width is applied by pad() below, so that no width asks the C library for a buffer.
-std::string narrowSpec(const Spec& s, const char* length)
+std::string narrowDirective(const Directive& s, const char* length)
 {
-    std::string spec = "%";
+    std::string directive = "%";
     if (s.plus)
-        spec += '+';
+        directive += '+';
     if (s.space)
-        spec += ' ';
+        directive += ' ';
     if (s.alt)
-        spec += '#';
+        directive += '#';
     if (s.precision >= 0)
-        spec += "." + std::to_string(s.precision);
-    spec += length;
-    spec += static_cast<char>(s.conv);
-    return spec;
+        directive += "." + std::to_string(s.precision);
+    directive += length;
+    directive += static_cast<char>(s.conv);
+    return directive;
 }
 
 // The C library's text for one number. The msvcrt flavour of snprintf gives -1 when the
 // buffer is short rather than the size it needs, so the buffer grows until the text fits.
 template <class T>
-std::string formatNumber(const std::string& spec, T value)
+std::string formatNumber(const std::string& directive, T value)
 {
     std::vector<char> buf(128);
     for (;;) {
-        const int n = std::snprintf(buf.data(), buf.size(), spec.c_str(), value);
+        const int n = std::snprintf(buf.data(), buf.size(), directive.c_str(), value);
         if (n >= 0 && static_cast<size_t>(n) < buf.size())
             return std::string(buf.data(), static_cast<size_t>(n));
         const size_t want = n >= 0 ? static_cast<size_t>(n) + 1 : buf.size() * 2;
@@ -100,7 +100,7 @@ std::string formatNumber(const std::string& spec, T value)
 
 // Writes a formatted number with the width of `s`: zeros go after the sign and a 0x
 // prefix, as printf puts them.
-void putNumber(Output& out, const Spec& s, const std::string& text, bool zeroAllowed)
+void putNumber(Output& out, const Directive& s, const std::string& text, bool zeroAllowed)
 {
     const long long len = static_cast<long long>(text.size());
     const long long fill = s.width > len ? s.width - len : 0;
@@ -127,7 +127,7 @@ void putNumber(Output& out, const Spec& s, const std::string& text, bool zeroAll
     }
 }
 
-void putText(Output& out, const Spec& s, const WChar* text)
+void putText(Output& out, const Directive& s, const WChar* text)
 {
     if (!text)
         text = kNull;
@@ -159,7 +159,7 @@ int readNumber(const WChar*& f)
     return static_cast<int>(v);
 }
 
-void formatSigned(Output& out, Spec& s, va_list* ap)
+void formatSigned(Output& out, Directive& s, va_list* ap)
 {
     long long v;
     switch (s.length) {
@@ -173,10 +173,10 @@ void formatSigned(Output& out, Spec& s, va_list* ap)
     default: v = va_arg(*ap, int); break;
     }
     s.conv = 'd';
-    putNumber(out, s, formatNumber(narrowSpec(s, "ll"), v), s.precision < 0);
+    putNumber(out, s, formatNumber(narrowDirective(s, "ll"), v), s.precision < 0);
 }
 
-void formatUnsigned(Output& out, Spec& s, va_list* ap)
+void formatUnsigned(Output& out, Directive& s, va_list* ap)
 {
     unsigned long long v;
     switch (s.length) {
@@ -189,16 +189,16 @@ void formatUnsigned(Output& out, Spec& s, va_list* ap)
     case LenT: v = static_cast<unsigned long long>(va_arg(*ap, ptrdiff_t)); break;
     default: v = va_arg(*ap, unsigned); break;
     }
-    putNumber(out, s, formatNumber(narrowSpec(s, "ll"), v), s.precision < 0);
+    putNumber(out, s, formatNumber(narrowDirective(s, "ll"), v), s.precision < 0);
 }
 
-void formatFloat(Output& out, Spec& s, va_list* ap)
+void formatFloat(Output& out, Directive& s, va_list* ap)
 {
     std::string text;
     if (s.length == LenBigL)
-        text = formatNumber(narrowSpec(s, "L"), va_arg(*ap, long double));
+        text = formatNumber(narrowDirective(s, "L"), va_arg(*ap, long double));
     else
-        text = formatNumber(narrowSpec(s, ""), va_arg(*ap, double));
+        text = formatNumber(narrowDirective(s, ""), va_arg(*ap, double));
     // Infinity and NaN are padded with blanks, as printf does.
     bool finite = true;
     for (char c : text)
@@ -231,7 +231,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
             ++f;
             continue;
         }
-        Spec s;
+        Directive s;
         for (;; ++f) {
             if (*f == '-')
                 s.left = true;
@@ -338,7 +338,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
                 const std::basic_string<WChar> w = VexAPI::PlatformText::widen(&byte, 1);
                 unit[0] = w.empty() ? WChar(0) : w[0];
             }
-            Spec t = s;
+            Directive t = s;
             t.precision = -1;
             // A zero character is output like any other, which the text path would stop at.
             const long long fill = t.width > 1 ? t.width - 1 : 0;
@@ -365,7 +365,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
             }
             break;
         case 'p': {
-            Spec t = s;
+            Directive t = s;
             t.precision = -1;
             t.plus = t.space = t.alt = false;
             putNumber(out, t, formatNumber(std::string("%p"), va_arg(ap, void*)), false);
