@@ -265,31 +265,32 @@ std::string charsetName(const WChar* encoding)
     return name;
 }
 
-// Bytes per unit of a byte string in the charset (2 for UTF-16).
-int unitBytes(const std::string& charset)
+// The size of a terminator in the charset: two zero bytes for UTF-16, else one. (The
+// charset routines count byte strings in bytes, whatever their unit.)
+int terminatorSize(const std::string& charset)
 {
     const CharsetInfo* info = findCharset(charset.c_str());
     return info && (info->kind == CharsetUtf16LE || info->kind == CharsetUtf16BE) ? 2 : 1;
 }
 
-// Runs a charset routine that writes terminated units into a blob destination of exactly
-// dstLen bytes: the blob holds the text without a terminator, so a text that fills the
-// destination exactly goes through a buffer one unit longer. `run(out, units)` writes at
-// most units - 1 units and a terminator; `needed` is the measured length in units.
+// Runs a charset routine that writes a terminated byte string into a blob destination of
+// exactly dstLen bytes: the blob holds the text without a terminator, so a text that fills
+// the destination exactly goes through a buffer with room for the terminator.
+// `run(out, size)` writes at most size - term bytes and a terminator; `needed` is the
+// measured length in bytes.
 template <class Run>
-void putEncoded(void* dst, int dstLen, int unit, int needed, Run run)
+void putEncoded(void* dst, int dstLen, int term, int needed, Run run)
 {
-    const int bytes = needed * unit;
     if (dstLen <= 0 || needed <= 0)
         return;
-    if (bytes + unit <= dstLen) {
-        run(static_cast<char*>(dst), dstLen / unit);
-    } else if (bytes <= dstLen) {
-        std::unique_ptr<char[]> tmp(new char[std::size_t(bytes + unit)]);
-        run(tmp.get(), needed + 1);
-        std::memcpy(dst, tmp.get(), std::size_t(bytes));
+    if (needed + term <= dstLen) {
+        run(static_cast<char*>(dst), dstLen);
+    } else if (needed <= dstLen) {
+        std::unique_ptr<char[]> tmp(new char[std::size_t(needed + term)]);
+        run(tmp.get(), needed + term);
+        std::memcpy(dst, tmp.get(), std::size_t(needed));
     } else {
-        run(static_cast<char*>(dst), dstLen / unit);
+        run(static_cast<char*>(dst), dstLen);
     }
 }
 
@@ -305,7 +306,7 @@ bool blobFromText(void* dst, int dstLen, const void* src, Type srcType, VLong* r
         return true;
     }
     const std::string target = charsetName(encoding);
-    const int unit = unitBytes(target);
+    const int term = terminatorSize(target);
     int needed;
     if (srcType == tChar) {
         const std::string from(getStdCharset());
@@ -313,19 +314,19 @@ bool blobFromText(void* dst, int dstLen, const void* src, Type srcType, VLong* r
         needed = mbs2mbs(nullptr, s, from.c_str(), target.c_str(), 0, 0);
         if (needed < 0)
             return false;
-        putEncoded(dst, dstLen, unit, needed, [&](char* out, int units) {
-            mbs2mbs(out, s, from.c_str(), target.c_str(), units, 0);
+        putEncoded(dst, dstLen, term, needed, [&](char* out, int size) {
+            mbs2mbs(out, s, from.c_str(), target.c_str(), size, 0);
         });
     } else {
         const WChar* s = static_cast<const WChar*>(src);
         needed = wcs2mbs(nullptr, s, target.c_str(), 0, 0);
         if (needed < 0)
             return false;
-        putEncoded(dst, dstLen, unit, needed, [&](char* out, int units) {
-            wcs2mbs(out, s, target.c_str(), units, 0);
+        putEncoded(dst, dstLen, term, needed, [&](char* out, int size) {
+            wcs2mbs(out, s, target.c_str(), size, 0);
         });
     }
-    setResult(resultLen, std::int64_t(needed) * unit);
+    setResult(resultLen, needed);
     return true;
 }
 
@@ -344,7 +345,7 @@ bool textFromBlob(void* dst, int dstLen, Type dstType, const void* src, int srcL
         return true;
     }
     const std::string from = charsetName(encoding);
-    const int srcUnits = srcLen / unitBytes(from);
+    const int srcUnits = srcLen;
     if (dstType == tChar) {
         const std::string to(getStdCharset());
         const int needed = srcUnits > 0 ? mbs2mbs(nullptr, s, from.c_str(), to.c_str(), 0, srcUnits) : 0;
