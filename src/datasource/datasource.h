@@ -14,6 +14,7 @@
 #include <vexapi/orvcpp/orvdec.h>
 
 #include <typeinfo>
+#include <utility>
 
 namespace DataSourceAPI {
 
@@ -397,25 +398,57 @@ public:
     // The typed family. Reads take optional isNull, ok and realLen; `ok` receives the typed
     // getField's result. A null field gives a zero value with *isNull true and *ok true.
     // Lengths are in bytes.
+    // (Inline: a walk reads every field through them, and the typed getField they call is
+    // the one virtual call of a read.)
     VLong getFieldInt(Iterator it, int col, bool* isNull = nullptr, bool* ok = nullptr,
-                      VLong* realLen = nullptr) const;
+                      VLong* realLen = nullptr) const
+    {
+        return readFixed<VLong>(std::move(it), col, tInt, isNull, ok, realLen);
+    }
     short getFieldSmall(Iterator it, int col, bool* isNull = nullptr, bool* ok = nullptr,
-                        VLong* realLen = nullptr) const;
+                        VLong* realLen = nullptr) const
+    {
+        return readFixed<short>(std::move(it), col, tSmall, isNull, ok, realLen);
+    }
     char* getFieldChar(Iterator it, int col, char* buf, int len, bool* isNull = nullptr,
-                       bool* ok = nullptr, VLong* realLen = nullptr) const;
+                       bool* ok = nullptr, VLong* realLen = nullptr) const
+    {
+        setOk(ok, getField(std::move(it), col, buf, len, tChar, isNull, realLen));
+        return buf;
+    }
     WChar* getFieldText(Iterator it, int col, WChar* buf, int len, bool* isNull = nullptr,
-                        bool* ok = nullptr, VLong* realLen = nullptr) const;
+                        bool* ok = nullptr, VLong* realLen = nullptr) const
+    {
+        setOk(ok, getField(std::move(it), col, buf, len, tText, isNull, realLen));
+        return buf;
+    }
     float getFieldReal(Iterator it, int col, bool* isNull = nullptr, bool* ok = nullptr,
-                       VLong* realLen = nullptr) const;
+                       VLong* realLen = nullptr) const
+    {
+        return readFixed<float>(std::move(it), col, tReal, isNull, ok, realLen);
+    }
     double getFieldDouble(Iterator it, int col, bool* isNull = nullptr, bool* ok = nullptr,
-                          VLong* realLen = nullptr) const;
+                          VLong* realLen = nullptr) const
+    {
+        return readFixed<double>(std::move(it), col, tDouble, isNull, ok, realLen);
+    }
     OrvCPP::OrvDec getFieldDec(Iterator it, int col, bool* isNull = nullptr, bool* ok = nullptr,
-                               VLong* realLen = nullptr) const;
+                               VLong* realLen = nullptr) const
+    {
+        return readFixed<OrvCPP::OrvDec>(std::move(it), col, tDec, isNull, ok, realLen);
+    }
     OrvCPP::OrvDate getFieldDate(Iterator it, int col, bool* isNull = nullptr, bool* ok = nullptr,
-                                 VLong* realLen = nullptr) const;
+                                 VLong* realLen = nullptr) const
+    {
+        return readFixed<OrvCPP::OrvDate>(std::move(it), col, tDate, isNull, ok, realLen);
+    }
     unsigned char* getFieldByte(Iterator it, int col, unsigned char* buf, int len,
                                 bool* isNull = nullptr, bool* ok = nullptr,
-                                VLong* realLen = nullptr) const;
+                                VLong* realLen = nullptr) const
+    {
+        setOk(ok, getField(std::move(it), col, buf, len, tByte, isNull, realLen));
+        return buf;
+    }
 
     bool setFieldInt(Iterator it, int col, VLong value, bool isNull = false);
     bool setFieldSmall(Iterator it, int col, short value, bool isNull = false);
@@ -429,6 +462,19 @@ public:
     bool setFieldByte(Iterator it, int col, const unsigned char* value, bool isNull = false);
 
 protected:
+    template <class T>
+    T readFixed(Iterator it, int col, Type type, bool* isNull, bool* ok, VLong* realLen) const
+    {
+        T value{};
+        setOk(ok, getField(std::move(it), col, &value, int(sizeof(T)), type, isNull, realLen));
+        return value;
+    }
+    static void setOk(bool* ok, bool result)
+    {
+        if (ok)
+            *ok = result;
+    }
+
     // Wraps a new position in a handle (count 1).
     static Iterator makeIterator(IteratorInt* pos) { return Iterator(pos); }
     // The raw position of a handle, for the source that made it; null for an empty handle.

@@ -129,75 +129,7 @@ bool DataSource::setParam(int param, const void* data, int len, Type type, bool 
     return true;
 }
 
-// ---- The typed family ----
-
-namespace {
-
-template <class T>
-T readFixed(const DataSource* ds, const DataSource::Iterator& it, int col, Type type,
-            bool* isNull, bool* ok, VLong* realLen)
-{
-    T value{};
-    bool okFlag;
-    (ok ? *ok : okFlag) = ds->getField(it, col, &value, int(sizeof(T)), type, isNull, realLen);
-    return value;
-}
-
-} // namespace
-
-VLong DataSource::getFieldInt(Iterator it, int col, bool* isNull, bool* ok, VLong* realLen) const
-{
-    return readFixed<VLong>(this, it, col, tInt, isNull, ok, realLen);
-}
-
-short DataSource::getFieldSmall(Iterator it, int col, bool* isNull, bool* ok, VLong* realLen) const
-{
-    return readFixed<short>(this, it, col, tSmall, isNull, ok, realLen);
-}
-
-float DataSource::getFieldReal(Iterator it, int col, bool* isNull, bool* ok, VLong* realLen) const
-{
-    return readFixed<float>(this, it, col, tReal, isNull, ok, realLen);
-}
-
-double DataSource::getFieldDouble(Iterator it, int col, bool* isNull, bool* ok, VLong* realLen) const
-{
-    return readFixed<double>(this, it, col, tDouble, isNull, ok, realLen);
-}
-
-OrvDec DataSource::getFieldDec(Iterator it, int col, bool* isNull, bool* ok, VLong* realLen) const
-{
-    return readFixed<OrvDec>(this, it, col, tDec, isNull, ok, realLen);
-}
-
-OrvDate DataSource::getFieldDate(Iterator it, int col, bool* isNull, bool* ok, VLong* realLen) const
-{
-    return readFixed<OrvDate>(this, it, col, tDate, isNull, ok, realLen);
-}
-
-char* DataSource::getFieldChar(Iterator it, int col, char* buf, int len, bool* isNull, bool* ok,
-                               VLong* realLen) const
-{
-    bool okFlag;
-    (ok ? *ok : okFlag) = getField(it, col, buf, len, tChar, isNull, realLen);
-    return buf;
-}
-
-WChar* DataSource::getFieldText(Iterator it, int col, WChar* buf, int len, bool* isNull, bool* ok,
-                                VLong* realLen) const
-{
-    bool okFlag;
-    (ok ? *ok : okFlag) = getField(it, col, buf, len, tText, isNull, realLen);
-    return buf;
-}
-
-unsigned char* DataSource::getFieldByte(Iterator it, int col, unsigned char* buf, int len,
-                                        bool* isNull, bool* ok, VLong* realLen) const
-{
-    bool okFlag;
-    (ok ? *ok : okFlag) = getField(it, col, buf, len, tByte, isNull, realLen);
-    return buf;
-}
+// ---- The typed family: writes (the reads are inline) ----
 
 bool DataSource::setFieldInt(Iterator it, int col, VLong value, bool isNull)
 {

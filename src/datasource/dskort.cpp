@@ -82,14 +82,24 @@ void DSKortDesc::init()
         m_size += previous;
     }
     m_size += kPointer * m_cols.size();
+    layoutChanged();
 }
 
 DSKort* DSKortDesc::newKort() const
 {
+    void* block = ::operator new(std::size_t(kortBlockSize()));
+    try {
+        return placeKort(block);
+    } catch (...) {
+        ::operator delete(block);
+        throw;
+    }
+}
+
+DSKort* DSKortDesc::placeKort(void* block) const
+{
     const int n = m_layout.size();
-    const std::size_t bytes = std::size_t(m_size + n + kPointer);
-    void* block = ::operator new(bytes);
-    std::memset(block, 0, bytes);
+    std::memset(block, 0, std::size_t(kortBlockSize()));
     DSKort* kort = new (block) DSKort(this);
     char* flags = static_cast<char*>(block) + kPointer + m_size;
     for (int i = 0; i < n; ++i) {
@@ -107,11 +117,16 @@ void DSKortDesc::deleteKort(DSKort* kort) const
 {
     if (!kort)
         return;
+    destroyKort(kort);
+    ::operator delete(static_cast<void*>(kort));
+}
+
+void DSKortDesc::destroyKort(DSKort* kort) const
+{
     for (int i = 0; i < m_layout.size(); ++i)
         if (m_layout[i].type == tBlob)
             (*kort)[i].value().destructBlob();
     kort->~DSKort();
-    ::operator delete(static_cast<void*>(kort));
 }
 
 bool DSKortDesc::isEqual(const DSKort& a, const DSKort& b)

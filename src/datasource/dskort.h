@@ -58,6 +58,8 @@ public:
     // ---- The layout ----
     int layoutCount() const { return m_layout.size(); }
     const ColLayout& layout(int i) const { return m_layout[i]; }
+    // The layout as an array of layoutCount() entries, for loops that check their bounds.
+    const ColLayout* layoutData() const { return m_layout.begin(); }
     // The bytes of all value areas and their DSValue heads.
     int size() const { return m_size; }
 
@@ -65,6 +67,13 @@ public:
     DSKort* newKort() const;
     // Clears the record's owned blobs and frees it. Null is ignored.
     void deleteKort(DSKort* kort) const;
+
+    // For a holder that keeps the record inside a block of its own (the memory source puts
+    // its list links and the record in one allocation): the bytes of a record, making one
+    // in 8-aligned memory of that size, and ending it without freeing the memory.
+    int kortBlockSize() const { return m_size + m_layout.size() + int(sizeof(void*)); }
+    DSKort* placeKort(void* memory) const;
+    void destroyKort(DSKort* kort) const;
 
     // Equal null flags and values: tChar by strcmp, tText by code unit, tBlob by the blob's
     // data pointer and size (not by its contents), the rest by their bytes.
@@ -79,6 +88,10 @@ public:
                  const DataRepresentationWithNulls::DSValue& b) const;
     void copy(int col, DataRepresentationWithNulls::DSValue& dst,
               const DataRepresentationWithNulls::DSValue& src) const;
+
+protected:
+    // Called at the end of every init(), for holders that cache the layout.
+    virtual void layoutChanged() {}
 
 private:
     struct Col {

@@ -47,18 +47,6 @@ MemoryDataSource::~MemoryDataSource()
     m_ds.clearData();
 }
 
-MemoryDS::iterator MemoryDataSource::listIterator(const Iterator& it) const
-{
-    // An empty handle stands for no row.
-    IteratorInt* p = getIterator(it);
-    return p ? static_cast<RIterator*>(p)->m_it : m_ds.end();
-}
-
-DataSource::Iterator MemoryDataSource::wrap(MemoryDS::iterator it) const
-{
-    return makeIterator(new RIterator(it));
-}
-
 // ---- Columns ----
 
 void MemoryDataSource::removeAllCols()
@@ -234,11 +222,9 @@ bool MemoryDataSource::getField(Iterator it, int col, void* buf, int bufLen, Typ
                                 bool* isNull, VLong* realLen) const
 {
     // The column's own type reads straight from the record.
-    if (col >= 1 && col <= m_ds.layoutCount() && m_ds.layout(col - 1).type == type) {
-        m_ds.getField(listIterator(it), col, buf, bufLen, isNull, realLen);
+    if (type != tNone && m_ds.readAs(listIterator(it), col, type, buf, bufLen, isNull, realLen))
         return true;
-    }
-    return DataSource::getField(it, col, buf, bufLen, type, isNull, realLen);
+    return DataSource::getField(std::move(it), col, buf, bufLen, type, isNull, realLen);
 }
 
 void MemoryDataSource::getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,

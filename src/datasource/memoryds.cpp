@@ -13,41 +13,26 @@ namespace DataSourceAPI {
 
 using DataRepresentationWithNulls::DSValue;
 
+using MemoryDSDetail::valueLength;
+
 namespace {
 
-// Length of a terminated text within `max` units.
-template <class C>
-int boundedLength(const C* s, int max)
+// The modify bits take whole 8-byte units, so the record behind them stays 8-aligned.
+std::size_t bitsSize(int cols)
 {
-    int n = 0;
-    while (n < max && s[n])
-        ++n;
-    return n;
-}
-
-// The length a raw read of the value needs.
-VLong valueLength(const DSValue& v, const DSKortDesc::ColLayout& c)
-{
-    if (v.isNull())
-        return 0;
-    switch (c.type) {
-    case tInt: return 4;
-    case tSmall: return 2;
-    case tReal: return 4;
-    case tDouble: return 8;
-    case tDec:
-    case tDate: return 16;
-    case tChar: return boundedLength(static_cast<const char*>(v.Bin()), c.len) + 1;
-    case tText: return 2 * VLong(boundedLength(static_cast<const WChar*>(v.Bin()), c.len / 2)) + 2;
-    case tByte: return c.len;
-    case tBlob: return v.value().Blob()->size();
-    default: return 0;
-    }
+    return (std::size_t(cols / 8 + 1) + 7) & ~std::size_t(7);
 }
 
 } // namespace
 
-MemoryDS::MemoryDS() : m_rowCount(0) {}
+MemoryDS::MemoryDS() : m_rowCount(0), m_cols(nullptr), m_colCount(0), m_flagsOffset(0) {}
+
+void MemoryDS::layoutChanged()
+{
+    m_cols = layoutData();
+    m_colCount = layoutCount();
+    m_flagsOffset = int(sizeof(void*)) + size();
+}
 
 MemoryDS::~MemoryDS()
 {
@@ -79,18 +64,14 @@ MemoryDS::iterator MemoryDS::getIterator(int n)
 
 MemoryDSRecord* MemoryDS::newRecord()
 {
+    static_assert(sizeof(MemoryDSRecord) % 8 == 0, "the bits follow the record 8-aligned");
     const int cols = layoutCount();
-    const std::size_t bytes = sizeof(MemoryDSRecord) + std::size_t(cols / 8 + 1);
-    void* block = ::operator new(bytes);
-    std::memset(static_cast<char*>(block) + sizeof(MemoryDSRecord), 0, bytes - sizeof(MemoryDSRecord));
+    const std::size_t bits = bitsSize(cols);
+    void* block = ::operator new(sizeof(MemoryDSRecord) + bits + std::size_t(kortBlockSize()));
     MemoryDSRecord* record = new (block) MemoryDSRecord();
-    try {
-        record->kort = newKort();
-    } catch (...) {
-        record->~MemoryDSRecord();
-        ::operator delete(block);
-        throw;
-    }
+    char* after = static_cast<char*>(block) + sizeof(MemoryDSRecord);
+    std::memset(after, 0, bits);
+    record->kort = placeKort(after + bits);
     for (int c = 0; c < cols; ++c)
         if (isCalculated(c + 1))
             record->setModify(c, true);
@@ -99,7 +80,7 @@ MemoryDSRecord* MemoryDS::newRecord()
 
 void MemoryDS::freeRecord(MemoryDSRecord* record)
 {
-    deleteKort(record->kort);
+    destroyKort(record->kort);
     record->~MemoryDSRecord();
     ::operator delete(static_cast<void*>(record));
 }
@@ -150,14 +131,6 @@ void MemoryDS::clearData()
     m_rowCount = 0;
 }
 
-DSValue* MemoryDS::field(iterator it, int col)
-{
-    const int c = col - 1;
-    if (c < 0 || c >= layoutCount() || it == end())
-        return nullptr;
-    return &(*it->kort)[c];
-}
-
 void MemoryDS::refresh(iterator it, int col)
 {
     const int c = col - 1;
@@ -202,38 +175,6 @@ VLong MemoryDS::realLen(iterator it, int col)
 {
     DSValue* v = field(it, col);
     return v ? valueLength(*v, layout(col - 1)) : 0;
-}
-
-void MemoryDS::getField(iterator it, int col, void* buf, int bufLen, bool* isNull, VLong* realLen)
-{
-    DSValue* v = field(it, col);
-    if (!v) {
-        if (isNull)
-            *isNull = true;
-        if (realLen)
-            *realLen = 0;
-        return;
-    }
-    lock(it, col);
-    const DSKortDesc::ColLayout& l = layout(col - 1);
-    const bool null = v->isNull();
-    const VLong len = valueLength(*v, l);
-    if (isNull)
-        *isNull = null;
-    if (realLen)
-        *realLen = len;
-    if (!null && buf && bufLen > 0) {
-        const int n = len < bufLen ? int(len) : bufLen;
-        const void* from = l.type == tBlob ? v->value().Blob()->data() : v->Bin();
-        if (n > 0 && from)
-            std::memcpy(buf, from, std::size_t(n));
-        // Strings come out terminated, at the cost of their last character when cut.
-        if (l.type == tChar && n > 0)
-            static_cast<char*>(buf)[n - 1] = 0;
-        else if (l.type == tText && n >= 2)
-            static_cast<WChar*>(buf)[n / 2 - 1] = 0;
-    }
-    unlock(it, col);
 }
 
 void MemoryDS::setField(iterator it, int col, const void* data, int len, bool isNull)
