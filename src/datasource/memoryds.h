@@ -14,18 +14,9 @@ namespace DataSourceAPI {
 
 namespace MemoryDSDetail {
 
-// Length of a terminated text within `max` units.
-template <class C>
-inline int boundedLength(const C* s, int max)
-{
-    int n = 0;
-    while (n < max && s[n])
-        ++n;
-    return n;
-}
-
-// The same for a value area: its bytes are rounded up to a multiple of 8 and 8-aligned, so
-// it is read a word at a time (texts are most of the cost of a walk over a table).
+// Length of a terminated text within `max` units, in a value area: its bytes are rounded
+// up to a multiple of 8 and 8-aligned, so it is read a word at a time (texts are most of
+// the cost of a walk over a table).
 inline int areaTextLength(const char* s, int max)
 {
     const std::uint64_t ones = 0x0101010101010101ull, highs = 0x8080808080808080ull;
