@@ -218,13 +218,25 @@ VLong MemoryDataSource::realLen(Iterator it, int col, bool* isNull) const
     return len;
 }
 
+namespace {
+
+// The read through a conversion, out of line so that the direct read keeps a light frame.
+[[gnu::noinline]] bool convertedRead(const MemoryDataSource* ds, DataSource::Iterator& it,
+                                     int col, void* buf, int bufLen, Type type, bool* isNull,
+                                     VLong* realLen)
+{
+    return ds->DataSource::getField(std::move(it), col, buf, bufLen, type, isNull, realLen);
+}
+
+} // namespace
+
 bool MemoryDataSource::getField(Iterator it, int col, void* buf, int bufLen, Type type,
                                 bool* isNull, VLong* realLen) const
 {
     // The column's own type reads straight from the record.
     if (type != tNone && m_ds.readAs(listIterator(it), col, type, buf, bufLen, isNull, realLen))
         return true;
-    return DataSource::getField(std::move(it), col, buf, bufLen, type, isNull, realLen);
+    return convertedRead(this, it, col, buf, bufLen, type, isNull, realLen);
 }
 
 void MemoryDataSource::getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,
