@@ -1,0 +1,95 @@
+// Helpers shared by the row source tests: values written as short texts, 16-bit text from
+// UTF-8, and a memory source with one column of every type.
+#pragma once
+
+#include <vexapi/core/charset.h>
+#include <vexapi/datasource/memorydatasource.h>
+#include <vexapi/orvcpp/orvdate.h>
+#include <vexapi/orvcpp/orvdec.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace dstest {
+
+using namespace DataSourceAPI;
+typedef std::basic_string<WChar> WText;
+
+inline WText W(const char* utf8)
+{
+    const int n = mbs2wcs(nullptr, utf8, "UTF-8", 0, 0);
+    WText out(std::size_t(n) + 1, WChar(0));
+    mbs2wcs(&out[0], utf8, "UTF-8", n + 1, 0);
+    out.resize(std::size_t(n));
+    return out;
+}
+
+inline std::string narrow(const WChar* w)
+{
+    const int n = wcs2mbs(nullptr, w, "UTF-8", 0, 0);
+    std::string out(std::size_t(n) + 1, '\0');
+    wcs2mbs(&out[0], w, "UTF-8", n + 1, 0);
+    out.resize(std::size_t(n));
+    return out;
+}
+
+// "0aff10" -> the three bytes.
+inline std::vector<unsigned char> unhex(const std::string& hex)
+{
+    std::vector<unsigned char> out;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        out.push_back(static_cast<unsigned char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+    return out;
+}
+
+template <class T>
+std::vector<unsigned char> bytesOf(const T& v)
+{
+    std::vector<unsigned char> out(sizeof(T));
+    std::memcpy(out.data(), &v, sizeof(T));
+    return out;
+}
+
+// The bytes of a value of `type` written as text: numbers in C syntax ("nan" too), a
+// decimal or a date in its text form ("!" for a decimal that holds no number), texts as
+// UTF-8 (with their terminator), bytes as hex pairs, a blob as its raw bytes.
+inline std::vector<unsigned char> valueOf(Type type, const std::string& text)
+{
+    switch (type) {
+    case tInt: return bytesOf(VLong(std::stoll(text)));
+    case tSmall: return bytesOf(short(std::stoi(text)));
+    case tReal: return bytesOf(std::stof(text));
+    case tDouble: return bytesOf(std::stod(text));
+    case tDec: return bytesOf(text == "!" ? OrvCPP::OrvDec::invalid() : OrvCPP::OrvDec(text.c_str()));
+    case tDate: {
+        OrvCPP::OrvDate d;
+        OrvCPP::OrvDate::fromText(text.c_str(), -1, d);
+        return bytesOf(d);
+    }
+    case tChar: {
+        std::vector<unsigned char> v(text.begin(), text.end());
+        v.push_back(0);
+        return v;
+    }
+    case tText: {
+        const WText w = W(text.c_str());
+        std::vector<unsigned char> v((w.size() + 1) * 2, 0);
+        std::memcpy(v.data(), w.data(), w.size() * 2);
+        return v;
+    }
+    case tByte: return unhex(text);
+    case tBlob: return std::vector<unsigned char>(text.begin(), text.end());
+    default: return {};
+    }
+}
+
+inline const char* typeName(Type t)
+{
+    static const char* names[] = {"None", "Int", "Small", "Char", "Text", "Real",
+                                  "Double", "Dec", "Date", "Byte", "Blob", "Object"};
+    return t >= 0 && t <= tObject ? names[t] : "?";
+}
+
+} // namespace dstest
