@@ -659,10 +659,23 @@ bool Formater::setPrimaryText(const WChar* text, FormaterCaller caller)
     while (k < chars.size() && m_textLen < maxSym) {
         const WChar c = chars[k];
         WChar x = c;
+        // A blank in an input position is a place left empty, as the formater's own texts
+        // have them: it keeps the place, so that a text given back lines up again.
+        if (c == ' ' && !m_processor.isLiteral(m_textLen)) {
+            setTextLen(m_textLen + 1);
+            ++k;
+            continue;
+        }
         if (ValidEx(m_textLen, x)) {
             setTextLen(m_textLen + 1);
             putChar(m_textLen - 1, x);
             ++k;
+            continue;
+        }
+        // Display-only characters are not in a primary text: the text goes on behind them,
+        // so that what getPrimaryText gave comes back in place.
+        if (m_processor.element(m_textLen).kind == PatternProcessor::kDisplay) {
+            setTextLen(m_textLen + 1);
             continue;
         }
         const int f = m_processor.curField(m_textLen);
@@ -694,6 +707,10 @@ bool Formater::setPrimaryText(const WChar* text, FormaterCaller caller)
     }
     setTextLen(std::max(m_textLen, m_fixedLen));
     FillAllStatics();
+    // Every numeric field is laid out, not only the one under the caret: behind a leading
+    // literal ("$###") the caret at 0 stands on no field.
+    for (int f = 0; f < fields; ++f)
+        FormatField(f);
     OnChangePos(0);
     return true;
 }
