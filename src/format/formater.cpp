@@ -226,10 +226,12 @@ bool Formater::ValidEx(int pos, WChar& c) const
     return m_processor.validChar(pos, c);
 }
 
+// Blanks, or the literals in front of the first field ("$" of "$###").
 bool Formater::isBlankBelow(int pos) const
 {
+    const int first = m_processor.beginField(0);
     for (int i = 0; i < pos && i < m_textLen; ++i)
-        if (m_buffer[i] != ' ')
+        if (m_buffer[i] != ' ' && i >= first)
             return false;
     return true;
 }
@@ -357,14 +359,20 @@ void Formater::NewChar(WChar c)
         startOver();
     const int maxSym = m_maxSym;
     WChar x = c;
-    if (isNumeric() && ValidEx(m_caret, x)) {
+    // Where the character lands: at the caret, or behind the literal the caret stands on.
+    int landing = m_caret;
+    if (m_processor.isLiteral(m_caret))
+        landing = c == m_processor.element(m_caret).lo
+                      ? -1
+                      : m_processor.beginField(m_processor.curField(m_caret) + 1);
+    if (isNumeric() && landing >= 0 && ValidEx(landing, x)) {
         // Typing in the blanks in front of a number aligned right starts it over; so does
         // typing in front of its sign, which would otherwise end up inside the number.
-        const bool nextBlank = m_caret + 1 < m_textLen &&
-                               (m_buffer[m_caret + 1] == ' ' || isSign(m_buffer[m_caret + 1]));
-        const bool onSign = m_caret < m_textLen && isSign(m_buffer[m_caret]);
-        if ((valueIsZero() && m_caret == 0) ||
-            (isBlankBelow(m_caret) && m_caret + 1 < m_capacity && (nextBlank || onSign)))
+        const bool nextBlank = landing + 1 < m_textLen &&
+                               (m_buffer[landing + 1] == ' ' || isSign(m_buffer[landing + 1]));
+        const bool onSign = landing < m_textLen && isSign(m_buffer[landing]);
+        if ((valueIsZero() && landing == m_processor.beginField(0)) ||
+            (isBlankBelow(landing) && landing + 1 < m_capacity && (nextBlank || onSign)))
             startOver();
     }
     const int f = m_processor.curField(m_caret);

@@ -53,6 +53,10 @@ const Case cases[] = {
     {"###", DataSourceAPI::tInt, "5", "7", "7", 1, "7", ""},
     {"###", DataSourceAPI::tInt, "123", "7", "723", 1, "723", ""},
     {"###", DataSourceAPI::tInt, "-4", "5", "5", 1, "5", ""},
+    {"$###", DataSourceAPI::tInt, "-4", "5", "$5", 2, "5", ""},
+    {"$###", DataSourceAPI::tInt, "0", "7", "$7", 2, "7", ""},
+    {"$###", DataSourceAPI::tInt, "123", "7", "$723", 2, "723", ""},
+    {"$###", DataSourceAPI::tInt, "123", "$7", "$723", 2, "723", ""},
     {"###.##", DataSourceAPI::tDouble, "2", "", "  2.00", 0, "2", ""},
     {"###.##", DataSourceAPI::tDouble, "2", "7", "7", 1, "7", ""},
     // A decimal keeps every digit of its integer part.
