@@ -42,7 +42,7 @@ double leadingNumber(const std::string& s)
 }
 
 // The whole-number form of a numeric field's characters (blanks already dropped): leading
-// zeros go, an empty or zero number is "0", and a number that is not just a sign and
+// zeros go, an empty number is "0" (a lone sign too), a zero keeps its minus, and a number that is not just a sign and
 // digits is read by its leading number and rounded. Empty when it has no whole form
 // (infinite). A sign and digits are kept exactly, whatever their count: a double would
 // change the digits of a long decimal.
@@ -60,9 +60,13 @@ std::vector<WChar> wholeNumber(const std::vector<WChar>& s)
         if (s[k] < '0' || s[k] > '9')
             digitsOnly = false;
     if (digitsOnly) {
+        const bool hasDigits = i < s.size();
         while (i < s.size() && s[i] == '0')
             ++i;
         if (i == s.size()) {
+            // "-0" keeps its sign: it is the integer part of a negative fraction, -0.50.
+            if (negative && hasDigits)
+                out.push_back('-');
             out.push_back('0');
             return out;
         }
@@ -153,11 +157,9 @@ void Formater::reset(WChar* buffer, int capacity, Type type, const WChar* patter
             lastImportant = i;
     m_fixedLen = m_maxSym ? std::min(lastImportant + 1, m_capacity) : 0;
 
-    // The text behind the null value: the literals, and numeric fields laid out.
+    // Behind the null value the buffer holds the literals up to fixedLen; fields are laid
+    // out once the value stops being null.
     setTextLen(m_fixedLen);
-    for (int f = 0; f < m_processor.fieldCount(); ++f)
-        FormatField(f);
-    FillAllStatics();
 }
 
 // ---- Text primitives ----

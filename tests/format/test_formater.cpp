@@ -63,6 +63,10 @@ const Case cases[] = {
     {"####################.##", DataSourceAPI::tDec, null, "12345678901234567890.5",
      "12345678901234567890.50", 22, "12345678901234567890.50", ""},
     {"#####.##", DataSourceAPI::tDec, "-12.5", "", "  -12.50", 0, "-12.50", ""},
+    // A negative fraction keeps its sign in front of the zero.
+    {"###.##", DataSourceAPI::tDouble, "-0.5", "", " -0.50", 0, "-0.5", ""},
+    {"###.##", DataSourceAPI::tDec, null, "-0.05{H}", " -0.05", 0, "-0.05", ""},
+    {"###.##", DataSourceAPI::tDec, null, "-{H}", "  0.00", 0, "0.00", ""},
     // The colour by sign, from the head.
     {"<NEG:255 0 0>;###", DataSourceAPI::tInt, "-1", "", " -1", 0, "-1", "255,0,0"},
     {"<NEG:255 0 0>;###", DataSourceAPI::tInt, "1", "", "  1", 0, "1", ""},
