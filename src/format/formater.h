@@ -27,9 +27,16 @@ enum FormaterCaller { fcGrid = 0, fcOutside = 1 };
 //
 // Types: tInt, tSmall, tReal, tDouble and tDec are numeric: a sign may be typed at the
 // start of the first field, and the first field is shown as a whole number aligned right,
-// the second (the decimals) aligned left and filled with zeros. tChar and tText are text.
-// tDate is written through the mask's date letters (Y, M, MMM for month names, D, H, MI, S,
-// F), or, when the mask has none, as the canonical date text. Other types hold no value.
+// the second (the decimals) aligned left and filled with zeros; a number reads from its
+// input positions and literal points, other literals left out ("$ 1,234.50" is 1234.50).
+// tChar and tText are text. tDate is written through the mask's date letters (Y, M, MMM
+// for month names, D, H, MI, S, F), or, when the mask has none, as the canonical date
+// text; a short year takes the clock's century, a blank month or day is the first, and
+// fields beyond their range carry over (31.02. is in March). Other types hold no value.
+//
+// Where a step would put a character that the mask refuses (a "0" that fills decimals in
+// letter positions, a number longer than its field), the step leaves the text as it was:
+// the text never holds what its mask does not allow.
 //
 // Ownership: the buffer belongs to the caller and must outlive the formater's use of it
 // (until the next reset); everything else is the formater's own.
