@@ -357,6 +357,13 @@ bool OrvCursor::lastError(OrvX& error) const
     return std::static_pointer_cast<CursorState>(c)->error(error);
 }
 
+bool OrvCursor::checkInvariants() const
+{
+    std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
+    ConnectionLock l(*s->connection);
+    return !s->result || s->result->checkInvariants();
+}
+
 void OrvCursor::interrupt()
 {
     std::shared_ptr<detail::ChannelState> c = detail::ChannelTable::instance().find(rawHandle());

@@ -49,6 +49,18 @@ bool isRowidName(const std::string& name)
 
 } // namespace
 
+namespace {
+VLong g_initialStride = KeysetResult::kInitialStride;
+int g_maxCheckpoints = KeysetResult::kMaxCheckpoints;
+} // namespace
+
+void setKeysetLimits(VLong initialStride, int maxCheckpoints)
+{
+    VEX_ASSERT(initialStride >= 0 && (initialStride & (initialStride - 1)) == 0 && maxCheckpoints >= 0);
+    g_initialStride = initialStride > 0 ? initialStride : VLong(KeysetResult::kInitialStride);
+    g_maxCheckpoints = maxCheckpoints > 1 ? maxCheckpoints : int(KeysetResult::kMaxCheckpoints);
+}
+
 ResultSet::~ResultSet() = default;
 
 std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& statement,
@@ -91,7 +103,8 @@ std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& sta
 KeysetResult::KeysetResult(const std::shared_ptr<StatementState>& statement, const std::vector<SqlValue>& values,
                            const SelectShape& shape, const TableKey& key)
     : m_statement(statement), m_values(values), m_db(statement->connection->db), m_from(shape.fromText),
-      m_descending(false), m_count(0), m_stride(kInitialStride)
+      m_descending(false), m_count(0), m_stride(g_initialStride), m_initialStride(g_initialStride),
+      m_maxCheckpoints(std::size_t(g_maxCheckpoints))
 {
     m_hasKey = true;
     m_schema = shape.schema.empty() ? "main" : shape.schema;
@@ -222,7 +235,7 @@ bool KeysetResult::keyFromEnd(VLong offset, std::int64_t& key)
 void KeysetResult::addCheckpoint(std::int64_t key, VLong before)
 {
     m_checkpoints.emplace_back(key, before);
-    if (m_checkpoints.size() > std::size_t(kMaxCheckpoints)) {
+    if (m_checkpoints.size() > m_maxCheckpoints) {
         // Keep every second one: the index stays bounded, a seek skips up to twice as far.
         std::size_t j = 0;
         for (std::size_t i = 0; i < m_checkpoints.size(); i += 2)
@@ -384,7 +397,7 @@ void KeysetResult::currentDeleted()
 
 bool KeysetResult::checkInvariants() const
 {
-    bool ok = m_count >= 0 && m_checkpoints.size() <= std::size_t(kMaxCheckpoints) && m_stride >= kInitialStride &&
+    bool ok = m_count >= 0 && m_checkpoints.size() <= m_maxCheckpoints && m_stride >= m_initialStride &&
               (m_stride & (m_stride - 1)) == 0;
     VEX_ASSERT(ok);
     for (std::size_t i = 0; ok && i < m_checkpoints.size(); ++i) {

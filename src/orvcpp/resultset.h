@@ -7,6 +7,7 @@
 #include "statementstate.h"
 #include "valueconv.h"
 
+#include <vexapi/core/api.h>
 #include <vexapi/core/types.h>
 
 #include <cstdint>
@@ -102,6 +103,11 @@ protected:
     std::string m_table;
 };
 
+// The keyset's initial stride and its most checkpoints (by default kInitialStride and
+// kMaxCheckpoints), for tests that exercise the index on small tables; for results made
+// afterwards. 0 restores a default.
+VEXAPI_API void setKeysetLimits(VLong initialStride, int maxCheckpoints);
+
 // Builds the result of running `statement` (a select) with `values` on its connection:
 // a KeysetResult where the shape allows and `snapshot` is false, else a MaterialisedResult.
 // OrvX on failure. The connection's lock is held.
@@ -115,8 +121,8 @@ std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& sta
 //     checkpoints[0] is (key of row 1, 0) once the index exists.
 //  2. The row numbered checkpoints[i].second + 1 is the first row (in the cursor's order)
 //     whose key is not before checkpoints[i].first.
-//  3. checkpoints.size() <= kMaxCheckpoints; the stride is a power of two, at least
-//     kInitialStride.
+//  3. checkpoints.size() <= the most checkpoints; the stride is a power of two, at least
+//     the initial stride (setKeysetLimits).
 //  4. The hint, when set, is an exact (row, key) pair, as is the current row.
 class KeysetResult : public ResultSet {
 public:
@@ -166,6 +172,8 @@ private:
     bool m_descending;
     VLong m_count;
     VLong m_stride;
+    VLong m_initialStride;
+    std::size_t m_maxCheckpoints;
     std::vector<std::pair<std::int64_t, VLong>> m_checkpoints;
     VLong m_hintRow = 0;
     std::int64_t m_hintKey = 0;

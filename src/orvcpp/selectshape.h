@@ -3,6 +3,8 @@
 // and the clauses from which the cursor builds its own statements.
 #pragma once
 
+#include <vexapi/core/api.h>
+
 #include <string>
 
 namespace OrvCPP {
@@ -28,7 +30,7 @@ struct SelectShape {
     bool orderDescending = false;
 };
 
-SelectShape analyseSelect(const std::string& sql);
+VEXAPI_API SelectShape analyseSelect(const std::string& sql);
 
 } // namespace detail
 } // namespace OrvCPP
