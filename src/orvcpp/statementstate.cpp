@@ -155,6 +155,9 @@ void StatementState::prepare(const std::shared_ptr<ConnectionState>& c, const st
     stmt = st;
     readOnly = sqlite3_stmt_readonly(st) != 0;
     paramCount = sqlite3_bind_parameter_count(st);
+    // The key of a positioned write is the layer's own parameter, always the last one.
+    if (queryType == kindPositionedUpdate || queryType == kindPositionedDelete)
+        paramCount = sqlite3_bind_parameter_index(st, kCurrentKeyParam) - 1;
     if (queryType == kindOther && sqlite3_column_count(st) > 0 && readOnly)
         queryType = kindSelect;
     if (queryType != kindProcedure)
@@ -368,7 +371,7 @@ void StatementState::describeParams()
                     ++position;
                 } else if (depth == 1 && t[k].is(SqlToken::Param) && position < cols.size()) {
                     int n = paramNumber(t[k]);
-                    if (n > 0) {
+                    if (n > 0 && n <= paramCount) {
                         ColumnDesc& d = params[std::size_t(n - 1)];
                         std::string alias = d.alias;
                         TableRef only = tables.front();
@@ -384,7 +387,7 @@ void StatementState::describeParams()
         if (!t[k].is(SqlToken::Param))
             continue;
         const int n = paramNumber(t[k]);
-        if (n <= 0 || params[std::size_t(n - 1)].declared)
+        if (n <= 0 || n > paramCount || params[std::size_t(n - 1)].declared)
             continue;
         ColumnDesc& d = params[std::size_t(n - 1)];
         const std::string alias = d.alias;

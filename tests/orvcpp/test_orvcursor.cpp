@@ -80,6 +80,8 @@ const Shape kShapes[] = {
      allItems},
 };
 
+void PrintTo(const Shape& s, std::ostream* os) { *os << s.name; }
+
 class CursorShapes : public ::testing::TestWithParam<Shape> {
 protected:
     void SetUp() override
