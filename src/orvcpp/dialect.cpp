@@ -182,16 +182,18 @@ private:
     void rewriteInsertDefaults();
     void mainPass();
     void emit(const SqlTokens& tokens);
+    // The table a column of "name = hex(...)" belongs to: the written table, or in a
+    // select the first table of its FROM.
     bool wide(const std::string& column) const
     {
-        return m_isWide && !column.empty() && !m_out.targetTable.empty() &&
-               m_isWide(m_out.targetSchema, m_out.targetTable, column);
+        return m_isWide && !column.empty() && !m_lookupTable.empty() && m_isWide(m_lookupSchema, m_lookupTable, column);
     }
 
     const std::string& m_text;
     const WideColumnTest& m_isWide;
     SqlTokens m_t;
     DialectText m_out;
+    std::string m_lookupSchema, m_lookupTable;
 };
 
 void Translator::cutExtraStatements()
@@ -271,6 +273,21 @@ void Translator::classify()
     } else if (m_out.kind == kindDelete) {
         if (j < m_t.size() && m_t[j].isWord("from"))
             readQualifiedName(m_t, skipBlank(m_t, j + 1), m_out.targetSchema, m_out.targetTable);
+    }
+    m_lookupSchema = m_out.targetSchema;
+    m_lookupTable = m_out.targetTable;
+    if (m_out.kind == kindSelect) {
+        int depth = 0;
+        for (std::size_t k = i; k < m_t.size(); ++k) {
+            if (m_t[k].isPunct("("))
+                ++depth;
+            else if (m_t[k].isPunct(")"))
+                --depth;
+            else if (depth == 0 && m_t[k].isWord("from")) {
+                readQualifiedName(m_t, skipBlank(m_t, k + 1), m_lookupSchema, m_lookupTable);
+                break;
+            }
+        }
     }
 }
 
@@ -450,8 +467,10 @@ void Translator::mainPass()
             }
             if (!casts.empty() && casts.back() == depth && t.isWord("as")) {
                 // The type: a name, perhaps of several words' first, with its (n[, m]).
+                while (!out.empty() && out.back().isBlank())
+                    out.pop_back();
                 out.push_back(made(SqlToken::Space, " ", t.src));
-                out.push_back(t);
+                out.push_back(made(SqlToken::Word, "AS", t.src));
                 std::size_t ty = skipBlank(m_t, i + 1);
                 std::size_t last = i;
                 if (ty < m_t.size() && m_t[ty].isName()) {
