@@ -17,7 +17,7 @@ namespace detail {
 
 namespace {
 
-enum { stmtCount, stmtKeyAt, stmtKeyFromEnd, stmtBlock, stmtBlockNoBlobs, stmtRow };
+enum { stmtCount, stmtKeyAt, stmtKeyFromEnd, stmtBlock, stmtBlockNoBlobs, stmtRow, stmtLastKey };
 
 // Resets a statement when the scope ends, however it ends.
 struct ResetGuard {
@@ -146,7 +146,12 @@ sqlite3_stmt* KeysetResult::statement(int which)
     if (m_stmts[which])
         return m_stmts[which];
     const std::string order = std::string(" ORDER BY ") + m_key + (m_descending ? " DESC" : "");
-    const std::string from = " FROM " + m_from + " WHERE " + m_where + m_key + (m_descending ? " <= :vx_k" : " >= :vx_k");
+    // Every read stops at the last row of the result as it was at execute, so that rows
+    // added to the table since (new keys come after the old ones) stay out of it.
+    const std::string bound = " AND " + m_key + (m_descending ? " >= :vx_last" : " <= :vx_last");
+    const std::string from =
+        " FROM " + m_from + " WHERE " + m_where + m_key + (m_descending ? " <= :vx_k" : " >= :vx_k") + bound;
+    const std::string where = m_where.empty() ? std::string() : " WHERE " + m_where.substr(0, m_where.size() - 5);
     std::string sql;
     switch (which) {
     case stmtCount:
@@ -157,9 +162,13 @@ sqlite3_stmt* KeysetResult::statement(int which)
         sql = "SELECT " + m_key + from + order + " LIMIT 1 OFFSET :vx_o";
         break;
     case stmtKeyFromEnd:
-        sql = "SELECT " + m_key + " FROM " + m_from +
-              (m_where.empty() ? std::string() : " WHERE " + m_where.substr(0, m_where.size() - 5)) + " ORDER BY " +
-              m_key + (m_descending ? " ASC" : " DESC") + " LIMIT 1 OFFSET :vx_o";
+        sql = "SELECT " + m_key + " FROM " + m_from + " WHERE " + m_where + m_key +
+              (m_descending ? " >= :vx_last" : " <= :vx_last") + " ORDER BY " + m_key +
+              (m_descending ? " ASC" : " DESC") + " LIMIT 1 OFFSET :vx_o";
+        break;
+    case stmtLastKey:
+        sql = "SELECT " + m_key + " FROM " + m_from + where + " ORDER BY " + m_key +
+              (m_descending ? " ASC" : " DESC") + " LIMIT 1";
         break;
     case stmtBlock:
         sql = "SELECT " + m_list + ", " + m_key + from + order + " LIMIT :vx_n";
@@ -180,6 +189,7 @@ void KeysetResult::bindCommon(sqlite3_stmt* st)
     int rc = m_statement->bindValues(st, m_values);
     if (rc != SQLITE_OK)
         throw serverError(m_db, rc, m_statement->text, nullptr);
+    bindNamed(st, ":vx_last", m_lastKey);
 }
 
 void KeysetResult::check(int rc, sqlite3_stmt* st)
@@ -192,10 +202,27 @@ void KeysetResult::check(int rc, sqlite3_stmt* st)
 
 void KeysetResult::open()
 {
+    // The last key and the count are read in one snapshot of the database.
+    int rc = sqlite3_exec(m_db, "SAVEPOINT vx_open", nullptr, nullptr, nullptr);
+    if (rc != SQLITE_OK)
+        throw serverError(m_db, rc, m_statement->text, nullptr);
+    struct Release {
+        sqlite3* db;
+        ~Release() { sqlite3_exec(db, "RELEASE vx_open", nullptr, nullptr, nullptr); }
+    } release{m_db};
+    {
+        sqlite3_stmt* st = statement(stmtLastKey);
+        ResetGuard g{st};
+        bindCommon(st);
+        rc = sqlite3_step(st);
+        check(rc, st);
+        if (rc == SQLITE_ROW)
+            m_lastKey = sqlite3_column_int64(st, 0);
+    }
     sqlite3_stmt* st = statement(stmtCount);
     ResetGuard g{st};
     bindCommon(st);
-    int rc = sqlite3_step(st);
+    rc = sqlite3_step(st);
     check(rc, st);
     const std::int64_t n = rc == SQLITE_ROW ? sqlite3_column_int64(st, 0) : 0;
     if (n > std::numeric_limits<VLong>::max())

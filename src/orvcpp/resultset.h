@@ -43,9 +43,11 @@ namespace detail {
 //      whatever the row count and a seek skips at most `stride` rows.
 //    Costs: execute = one count; the first reach of row N = N / stride small queries (about
 //    the time of scanning N keys); afterwards any row = a seek plus a skip of < stride rows.
-//    The table is read live: a positioned delete through the layer is accounted for (the
-//    rows after it move up); other writes to the table after execute are seen in place but
-//    not counted, until the cursor runs the select again.
+//    The table is read live, bounded by the key of the result's last row at execute: rows
+//    added since (their keys come after) stay out of the result; a positioned delete through
+//    the layer is accounted for (the rows after it move up); changed values are seen; rows
+//    deleted or given keys inside the range by other statements shift the numbering until
+//    the cursor runs the select again.
 //
 // 2. MaterialisedResult, for every other select (joins, grouping, DISTINCT, aggregates,
 //    compound selects, LIMIT, an ORDER BY of other columns, PRAGMA), and for any select of a
@@ -177,7 +179,8 @@ private:
     std::vector<std::pair<std::int64_t, VLong>> m_checkpoints;
     VLong m_hintRow = 0;
     std::int64_t m_hintKey = 0;
-    sqlite3_stmt* m_stmts[6] = {};
+    std::int64_t m_lastKey = 0; // the key of the result's last row at execute
+    sqlite3_stmt* m_stmts[7] = {};
 };
 
 // A copy of the result in the scratch database (2. above).

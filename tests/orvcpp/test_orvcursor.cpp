@@ -391,6 +391,29 @@ TEST_F(Cursor, ProceduresRunStatementsWriteOutputsAndReturnCursors)
     Procedures::remove("items_over");
 }
 
+TEST_F(Cursor, RowsAddedAfterExecuteStayOutOfAKeysetResult)
+{
+    OrvCursor c(db, 0, "c");
+    c.execute("select id from items where id > 7000");
+    const VLong n = c.selectRowCount();
+    ASSERT_EQ(n, kItems - 2333);
+    // New rows get keys after the old ones, as the row cache's inserts do.
+    exec(db, "insert into items(name) values ('new 1'), ('new 2')");
+    c.fetch(fetchLast, 0);
+    EXPECT_EQ(integer(c, 1), 3 * kItems);
+    struct Record {
+        std::int64_t id;
+        char isNull;
+    } rows[4];
+    BindMap map;
+    map.bind(1, ValueInfo(orvBigInt, &rows[0].id, 8, &rows[0].isNull));
+    EXPECT_EQ(c.multiFetch(n - 1, 4, &map, VLong(sizeof(Record))), 2);
+    EXPECT_EQ(rows[1].id, 3 * kItems);
+    EXPECT_EQ(c.selectRowCount(), n);
+    c.execute("select id from items where id > 7000");
+    EXPECT_EQ(c.selectRowCount(), n + 2) << "running it again sees them";
+}
+
 TEST_F(Cursor, ColumnOptionsFlagAutoKeysAndTestNulls)
 {
     exec(db, "create table seq(n integer primary key autoincrement, code integer unique, v text)");
