@@ -299,6 +299,14 @@ VLong CursorState::target(short how, VLong row) const
     }
 }
 
+void CursorState::locateAndRead(VLong row, const ResultSet::RowSink& sink)
+{
+    if (!result)
+        throw OrvX::client(orvapiNotOpen, "the cursor has no result to fetch from");
+    result->locateAndRead(row, sink);
+    positioned = connection->nextPositionSerial();
+}
+
 void CursorState::locate(VLong row)
 {
     if (!result)

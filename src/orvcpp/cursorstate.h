@@ -37,6 +37,8 @@ public:
     // Positions: the row number for a direction; OrvX orvapiNoRow outside the result.
     VLong target(short how, VLong row) const;
     void locate(VLong row);
+    // Positions on `row` and reads it.
+    void locateAndRead(VLong row, const ResultSet::RowSink& sink);
 
     void setError(const OrvX& error);
     bool error(OrvX& out) const;

@@ -165,9 +165,11 @@ void OrvCursor::fetch(short how, VLong row, const BindMap* columns, Handler* han
     std::shared_ptr<BindMap> map = columns ? std::make_shared<BindMap>(*columns) : nullptr;
     runCall(s, handler, faultFetch, [s, how, row, map]() -> VLong {
         checkResult(*s);
-        s->locate(s->target(how, row));
+        const VLong target = s->target(how, row);
         if (map)
-            s->result->readCurrent([&](sqlite3_stmt* st, VLong) { storeRow(*s, st, *map, 0); });
+            s->locateAndRead(target, [&](sqlite3_stmt* st, VLong) { storeRow(*s, st, *map, 0); });
+        else
+            s->locate(target);
         return 1;
     });
 }

@@ -135,16 +135,12 @@ KeysetResult::KeysetResult(const std::shared_ptr<StatementState>& statement, con
     }
 }
 
-KeysetResult::~KeysetResult()
-{
-    for (sqlite3_stmt*& st : m_stmts)
-        sqlite3_finalize(st);
-}
+KeysetResult::~KeysetResult() = default;
 
 sqlite3_stmt* KeysetResult::statement(int which)
 {
-    if (m_stmts[which])
-        return m_stmts[which];
+    if (!m_sql[which].empty())
+        return m_statement->connection->cachedStatement(m_sql[which], m_statement->text);
     const std::string order = std::string(" ORDER BY ") + m_key + (m_descending ? " DESC" : "");
     // Every read stops at the last row of the result as it was at execute, so that rows
     // added to the table since (new keys come after the old ones) stay out of it.
@@ -171,21 +167,24 @@ sqlite3_stmt* KeysetResult::statement(int which)
               (m_descending ? " ASC" : " DESC") + " LIMIT 1";
         break;
     case stmtBlock:
-        sql = "SELECT " + m_list + ", " + m_key + from + order + " LIMIT :vx_n";
+        sql = "SELECT " + m_list + ", " + m_key + from + order + " LIMIT :vx_n OFFSET :vx_o";
         break;
     case stmtBlockNoBlobs:
-        sql = "SELECT " + m_listNoBlobs + ", " + m_key + from + order + " LIMIT :vx_n";
+        sql = "SELECT " + m_listNoBlobs + ", " + m_key + from + order + " LIMIT :vx_n OFFSET :vx_o";
         break;
     default:
         sql = "SELECT " + m_list + ", " + m_key + " FROM " + m_from + " WHERE " + m_where + m_key + " = :vx_k";
         break;
     }
-    m_stmts[which] = prepareOrThrow(m_db, sql, m_statement->text);
-    return m_stmts[which];
+    m_sql[which] = sql;
+    return m_statement->connection->cachedStatement(sql, m_statement->text);
 }
 
 void KeysetResult::bindCommon(sqlite3_stmt* st)
 {
+    // The statement is shared through the connection's cache: no binding of another
+    // result may stay.
+    sqlite3_clear_bindings(st);
     int rc = m_statement->bindValues(st, m_values);
     if (rc != SQLITE_OK)
         throw serverError(m_db, rc, m_statement->text, nullptr);
@@ -294,14 +293,20 @@ void KeysetResult::extendTo(VLong row)
     }
 }
 
-bool KeysetResult::keyOfRow(VLong row, std::int64_t& key)
+bool KeysetResult::baseOf(VLong row, std::int64_t& key, VLong& offset, bool& exact)
 {
     if (row < 1 || row > m_count)
         return false;
-    if (m_hintRow > 0 && row >= m_hintRow && row - m_hintRow <= m_stride)
-        return keyAt(m_hintKey, row - m_hintRow, key);
-    if (m_count - row < m_stride)
+    exact = true;
+    if (m_hintRow > 0 && row >= m_hintRow && row - m_hintRow <= m_stride) {
+        key = m_hintKey;
+        offset = row - m_hintRow;
+        return true;
+    }
+    if (m_count - row < m_stride) {
+        offset = 0;
         return keyFromEnd(m_count - row, key);
+    }
     extendTo(row);
     if (m_checkpoints.empty())
         return false;
@@ -311,11 +316,30 @@ bool KeysetResult::keyOfRow(VLong row, std::int64_t& key)
     --it;
     VLong baseRow = it->second + 1;
     std::int64_t baseKey = it->first;
+    // A checkpoint's key is a lower bound (its row may have been deleted), the hint exact.
+    exact = false;
     if (m_hintRow > 0 && m_hintRow <= row && m_hintRow > baseRow) {
         baseRow = m_hintRow;
         baseKey = m_hintKey;
+        exact = true;
     }
-    return keyAt(baseKey, row - baseRow, key);
+    key = baseKey;
+    offset = row - baseRow;
+    return true;
+}
+
+bool KeysetResult::keyOfRow(VLong row, std::int64_t& key)
+{
+    std::int64_t base;
+    VLong offset;
+    bool exact;
+    if (!baseOf(row, base, offset, exact))
+        return false;
+    if (offset == 0 && exact) {
+        key = base;
+        return true;
+    }
+    return keyAt(base, offset, key);
 }
 
 VLong KeysetResult::read(VLong first, VLong count, bool blobs, const RowSink& sink)
@@ -323,14 +347,18 @@ VLong KeysetResult::read(VLong first, VLong count, bool blobs, const RowSink& si
     if (first < 1 || first > m_count || count <= 0)
         return 0;
     count = std::min(count, m_count - first + 1);
+    // One statement: a seek to the base's key, a skip to `first` inside SQLite, the rows.
     std::int64_t key;
-    if (!keyOfRow(first, key))
+    VLong offset;
+    bool exact;
+    if (!baseOf(first, key, offset, exact))
         return 0;
     sqlite3_stmt* st = statement(blobs || m_listNoBlobs.empty() ? stmtBlock : stmtBlockNoBlobs);
     ResetGuard g{st};
     bindCommon(st);
     bindNamed(st, ":vx_k", key);
     bindNamed(st, ":vx_n", count);
+    bindNamed(st, ":vx_o", offset);
     const int keyColumn = sqlite3_column_count(st) - 1;
     VLong i = 0;
     int rc;
@@ -361,6 +389,17 @@ void KeysetResult::locate(VLong row)
     m_currentKey = key;
     m_hintRow = row;
     m_hintKey = key;
+}
+
+void KeysetResult::locateAndRead(VLong row, const RowSink& sink)
+{
+    if (row < 1 || row > m_count)
+        throw noRow(row, m_count);
+    if (read(row, 1, true, sink) != 1)
+        throw OrvX::client(orvapiNoRow, "row " + std::to_string(row) + " is no longer in the table");
+    // read() left the hint on the row: it is the current row now.
+    m_currentRow = row;
+    m_currentKey = m_hintKey;
 }
 
 void KeysetResult::readCurrent(const RowSink& sink)

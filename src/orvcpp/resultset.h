@@ -75,6 +75,12 @@ public:
     virtual VLong read(VLong first, VLong count, bool blobs, const RowSink& sink) = 0;
     // Makes `row` the current row; OrvX orvapiNoRow outside 1 .. rowCount().
     virtual void locate(VLong row) = 0;
+    // Makes `row` the current row and reads it, in one step where the result can.
+    virtual void locateAndRead(VLong row, const RowSink& sink)
+    {
+        locate(row);
+        readCurrent(sink);
+    }
     // Reads the current row; OrvX orvapiNoRow when there is none or it is gone.
     virtual void readCurrent(const RowSink& sink) = 0;
     // The byte size of column `col` (from 0) of the current row.
@@ -140,6 +146,7 @@ public:
     VLong rowCount() const override { return m_count; }
     VLong read(VLong first, VLong count, bool blobs, const RowSink& sink) override;
     void locate(VLong row) override;
+    void locateAndRead(VLong row, const RowSink& sink) override;
     void readCurrent(const RowSink& sink) override;
     VLong valueLength(int col) override;
     void currentDeleted() override;
@@ -151,9 +158,14 @@ public:
     VLong stride() const { return m_stride; }
 
 private:
-    sqlite3_stmt* statement(int which);
+    // A known key at or before row `row` (a checkpoint, the hint, or the key itself near
+    // the end) and how many rows `row` lies after it; `exact` false when the key is only a
+    // lower bound of the base row's key (a checkpoint). False when the table has fewer rows.
+    bool baseOf(VLong row, std::int64_t& key, VLong& offset, bool& exact);
     // The key of row `row` (1 .. count); false when the table has fewer rows now.
     bool keyOfRow(VLong row, std::int64_t& key);
+    // The derived statement `which`, from the connection's cache.
+    sqlite3_stmt* statement(int which);
     // The key `offset` rows after the first row at or after `from`.
     bool keyAt(std::int64_t from, VLong offset, std::int64_t& key);
     bool keyFromEnd(VLong offset, std::int64_t& key);
@@ -180,7 +192,7 @@ private:
     VLong m_hintRow = 0;
     std::int64_t m_hintKey = 0;
     std::int64_t m_lastKey = 0; // the key of the result's last row at execute
-    sqlite3_stmt* m_stmts[7] = {};
+    std::string m_sql[7]; // the derived statements' texts, built on first use
 };
 
 // A copy of the result in the scratch database (2. above).

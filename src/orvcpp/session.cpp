@@ -165,6 +165,30 @@ sqlite3* ConnectionState::scratchDb()
     return m_scratch;
 }
 
+sqlite3_stmt* ConnectionState::cachedStatement(const std::string& sql, const std::string& query)
+{
+    auto it = m_cacheIndex.find(sql);
+    if (it != m_cacheIndex.end()) {
+        m_cache.splice(m_cache.begin(), m_cache, it->second);
+        return it->second->second;
+    }
+    sqlite3_stmt* st = nullptr;
+    int rc = sqlite3_prepare_v3(db, sql.c_str(), int(sql.size()), SQLITE_PREPARE_PERSISTENT, &st, nullptr);
+    if (rc != SQLITE_OK) {
+        sqlite3_finalize(st);
+        throw serverError(db, rc, query, nullptr);
+    }
+    const std::size_t capacity = 64;
+    if (m_cache.size() >= capacity) {
+        sqlite3_finalize(m_cache.back().second);
+        m_cacheIndex.erase(m_cache.back().first);
+        m_cache.pop_back();
+    }
+    m_cache.emplace_front(sql, st);
+    m_cacheIndex[sql] = m_cache.begin();
+    return st;
+}
+
 std::string ConnectionState::nextScratchName()
 {
     return "r" + std::to_string(++m_scratchSerial);
@@ -196,6 +220,10 @@ void ConnectionState::close() noexcept
                 child->release();
             ChannelTable::instance().remove(h);
         }
+        for (auto& entry : m_cache)
+            sqlite3_finalize(entry.second);
+        m_cache.clear();
+        m_cacheIndex.clear();
         if (m_scratch)
             sqlite3_close_v2(m_scratch);
         m_scratch = nullptr;

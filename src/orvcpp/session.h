@@ -10,6 +10,8 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <list>
+#include <unordered_map>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -18,6 +20,7 @@
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace OrvCPP {
 namespace detail {
@@ -140,6 +143,12 @@ public:
 
     // A number that rises with every positioning of a cursor of this connection.
     std::uint64_t nextPositionSerial() { return ++m_positionSerial; }
+    // The layer's own statements (a cursor's derived selects), prepared once per text and
+    // kept in a small cache of the connection, least recently used out. The pointer is the
+    // cache's: use it, reset it, and ask again next time. OrvX naming `query` on failure.
+    // The lock is held.
+    sqlite3_stmt* cachedStatement(const std::string& sql, const std::string& query);
+
     // A fresh name for a table in the scratch store.
     std::string nextScratchName();
 
@@ -170,6 +179,8 @@ private:
     std::vector<unsigned short> m_children;
     sqlite3* m_scratch = nullptr;
     std::uint64_t m_positionSerial = 0;
+    std::list<std::pair<std::string, sqlite3_stmt*>> m_cache; // most recently used first
+    std::unordered_map<std::string, std::list<std::pair<std::string, sqlite3_stmt*>>::iterator> m_cacheIndex;
     unsigned m_scratchSerial = 0;
 };
 
