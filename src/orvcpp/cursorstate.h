@@ -1,0 +1,86 @@
+// The state of an open cursor: its connection, name, current result and position, and the
+// running of statements on it (selects, writes, positioned writes, procedure calls).
+#pragma once
+
+#include "orvx.h"
+#include "resultset.h"
+#include "session.h"
+#include "statementstate.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace OrvCPP {
+namespace detail {
+
+// An open cursor.
+//
+// Invariants:
+//  1. `result` is set only after a select ran; `columns` then describe it (one per result
+//     column); after any other statement both are empty.
+//  2. procResult is not 0 only when procCursor is true.
+//  3. Every member but the error is changed only with the connection's lock held.
+class CursorState : public ChannelState {
+public:
+    CursorState();
+    ~CursorState() override;
+    void release() noexcept override;
+
+    // Runs `statement` with `values`; `params` receives a procedure's output parameters.
+    // Returns the row count. The lock is held.
+    VLong run(const std::shared_ptr<StatementState>& statement, const std::vector<SqlValue>& values,
+              const BindMap* params);
+
+    // Positions: the row number for a direction; OrvX orvapiNoRow outside the result.
+    VLong target(short how, VLong row) const;
+    void locate(VLong row);
+    // Positions on `row` and reads it.
+    void locateAndRead(VLong row, const ResultSet::RowSink& sink);
+
+    void setError(const OrvX& error);
+    bool error(OrvX& out) const;
+
+    std::shared_ptr<ConnectionState> connection;
+    std::string name;
+    VLong mode = 0;
+    bool snapshot = false;
+    std::shared_ptr<StatementState> statement;
+    std::unique_ptr<ResultSet> result;
+    std::vector<ColumnDesc> columns;
+    VLong rowCount = 0;
+    std::uint64_t positioned = 0; // the connection's position serial at the last fetch
+    bool procCursor = false;
+    unsigned short procResult = 0;
+
+private:
+    VLong runWrite(const std::shared_ptr<StatementState>& statement, const std::vector<SqlValue>& values);
+    VLong runPositioned(const std::shared_ptr<StatementState>& statement, const std::vector<SqlValue>& values);
+    VLong runProcedure(const std::shared_ptr<StatementState>& statement, const std::vector<SqlValue>& values,
+                       const BindMap* params);
+    void dropResult();
+
+    mutable std::mutex m_errorMutex;
+    OrvX m_error;
+    bool m_hasError = false;
+};
+
+// Begins the connection's transaction if none is open and `statement` writes.
+void beginIfWriting(ConnectionState& connection, const StatementState& statement);
+
+// The cursor behind a handle; OrvX orvapiBadHandle when it names no open cursor.
+std::shared_ptr<CursorState> openCursor(unsigned short handle);
+std::shared_ptr<StatementState> openStatement(unsigned short handle);
+
+// Closes the channel behind `handle` of any kind: a cursor's running call is interrupted
+// and its queued calls cancelled first; a connection closes its children. Never throws.
+void closeChannel(unsigned short handle) noexcept;
+
+// The calling thread's last failure, for ORVANE_Error.
+void rememberError(const OrvX& error);
+bool lastThreadError(OrvX& out);
+
+} // namespace detail
+} // namespace OrvCPP
