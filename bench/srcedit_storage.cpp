@@ -228,6 +228,7 @@ void setOps(benchmark::State& state, double ops)
 
 void Document_Load(benchmark::State& state)
 {
+    state.SetLabel("ratio-to:Vector_Load");
     const WText& text = script();
     for (auto _ : state) {
         std::unique_ptr<CEditStringArray> doc(CEditStringArray::fromPlainText(text.c_str(), int(text.size())));
@@ -310,15 +311,24 @@ void Vector_Type(benchmark::State& state, int row)
     setOps(state, kTyped);
 }
 
-void Document_TypeFirstRow(benchmark::State& state) { Document_Type(state, 0); }
+void Document_TypeFirstRow(benchmark::State& state)
+{
+    state.SetLabel("ratio-to:Vector_TypeFirstRow");
+    Document_Type(state, 0);
+}
 void Vector_TypeFirstRow(benchmark::State& state) { Vector_Type(state, 0); }
-void Document_TypeMiddleRow(benchmark::State& state) { Document_Type(state, kRows / 2); }
+void Document_TypeMiddleRow(benchmark::State& state)
+{
+    state.SetLabel("ratio-to:Vector_TypeMiddleRow");
+    Document_Type(state, kRows / 2);
+}
 void Vector_TypeMiddleRow(benchmark::State& state) { Vector_Type(state, kRows / 2); }
 
 // ---- Folding 1,000 ranges of 51 rows.
 
 void Document_Fold(benchmark::State& state)
 {
+    state.SetLabel("ratio-to:Vector_Fold");
     const CEditStringArray& base = loadedDocument();
     for (auto _ : state) {
         state.PauseTiming();
@@ -353,6 +363,7 @@ void Vector_Fold(benchmark::State& state)
 // An unfolded line number to the visible row that shows it and the row holding its text.
 void Document_LineToRow(benchmark::State& state)
 {
+    state.SetLabel("ratio-to:Vector_LineToRow");
     CEditStringArray& doc = foldedDocument();
     std::vector<int> lines = randomLines();
     for (auto _ : state) {
@@ -384,6 +395,7 @@ void Vector_LineToRow(benchmark::State& state)
 // A visible column behind a fold's label to its column in the unfolded row, and back.
 void Document_ColumnAcrossFold(benchmark::State& state)
 {
+    state.SetLabel("ratio-to:Vector_ColumnAcrossFold");
     CEditStringArray& doc = foldedDocument();
     std::vector<int> folds = randomFolds();
     std::vector<CEditString*> rows;

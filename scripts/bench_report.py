@@ -3,7 +3,8 @@
 With repetitions, the median of each benchmark is shown.
 
 A benchmark names its peers in its label: "ratio-to:NAME[,NAME...]"; each ratio is its
-time divided by the peer's time from the same run (below 1.0: faster than the peer).
+time divided by the peer's time from the same run (below 1.0: faster than the peer). Peers
+that do the same number of operations per iteration compare per operation too.
 """
 import json
 import sys
@@ -28,7 +29,9 @@ def main(paths):
             label = b.get("label", "")
             if label.startswith("ratio-to:"):
                 for peer in label[len("ratio-to:"):].split(","):
-                    p = by_name.get(peer)
+                    # A peer is named as registered; its run name may add "/iterations:N".
+                    p = by_name.get(peer) or next(
+                        (r for n, r in by_name.items() if n.startswith(peer + "/")), None)
                     if p:
                         pns = p["real_time"] * {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[p["time_unit"]]
                         ratios.append(f"{ns / pns:.2f}x {peer}")
