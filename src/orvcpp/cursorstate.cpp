@@ -32,24 +32,30 @@ bool lastThreadError(OrvX& out)
     return t_hasError;
 }
 
-std::shared_ptr<CursorState> openCursor(unsigned short handle)
+namespace {
+
+// The open channel of kind `kind` behind `handle`, or an OrvX naming what it is not.
+template <class State>
+std::shared_ptr<State> openChannel(unsigned short handle, ChannelState::Kind kind, const char* noun)
 {
-    auto c = ChannelTable::instance().find<CursorState>(handle, ChannelState::Cursor);
+    auto c = ChannelTable::instance().find<State>(handle, kind);
     if (!c || !c->connection || !c->connection->isOpen())
         throw OrvX::client(handle ? orvapiBadHandle : orvapiNotOpen,
-                           handle ? "handle " + std::to_string(handle) + " is no open cursor"
-                                  : std::string("the cursor is not open"));
+                           handle ? "handle " + std::to_string(handle) + " is no open " + noun
+                                  : "the " + std::string(noun) + " is not open");
     return c;
+}
+
+} // namespace
+
+std::shared_ptr<CursorState> openCursor(unsigned short handle)
+{
+    return openChannel<CursorState>(handle, ChannelState::Cursor, "cursor");
 }
 
 std::shared_ptr<StatementState> openStatement(unsigned short handle)
 {
-    auto s = ChannelTable::instance().find<StatementState>(handle, ChannelState::Statement);
-    if (!s || !s->connection || !s->connection->isOpen())
-        throw OrvX::client(handle ? orvapiBadHandle : orvapiNotOpen,
-                           handle ? "handle " + std::to_string(handle) + " is no open statement"
-                                  : std::string("the statement is not open"));
-    return s;
+    return openChannel<StatementState>(handle, ChannelState::Statement, "statement");
 }
 
 void closeChannel(unsigned short handle) noexcept
