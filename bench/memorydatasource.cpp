@@ -3,7 +3,7 @@
 // to the same walk over a std::vector of plain structs: the memory-layout floor. One
 // iteration is one row; the walk wraps around at the end.
 #include <vexapi/datasource/memorydatasource.h>
-#include <vexapi/orvcpp/orvdate.h>
+#include <vexapi/values/orvdate.h>
 
 #include <benchmark/benchmark.h>
 

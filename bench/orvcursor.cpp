@@ -8,7 +8,7 @@
 // benchmark by writing "5" to /proc/self/clear_refs.
 #include "sampledb.h"
 
-#include <vexapi/orvcpp/kort.h>
+#include <vexapi/values/kort.h>
 #include <vexapi/orvcpp/orvcursor.h>
 
 #include <benchmark/benchmark.h>

@@ -4,9 +4,9 @@
 //   sample_query [DATABASE]     (default build/sample/sample.db; made when missing)
 #include "sampledb.h"
 
-#include <vexapi/orvcpp/bindmap.h>
+#include <vexapi/values/bindmap.h>
 #include <vexapi/orvcpp/orvcursor.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdec.h>
 #include <vexapi/orvcpp/orvstatement.h>
 
 #include <chrono>

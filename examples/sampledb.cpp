@@ -2,10 +2,10 @@
 // and the readings table filled by one statement inside the server.
 #include "sampledb.h"
 
-#include <vexapi/orvcpp/bindmap.h>
+#include <vexapi/values/bindmap.h>
 #include <vexapi/orvcpp/orvcursor.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 #include <vexapi/orvcpp/orvstatement.h>
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Feeds arbitrary formats and texts to the date parser in both widths and checks that what
 // parses formats and parses back to the same date and text; also the canonical text, the
 // streams and raw 16-byte images.
-#include <vexapi/orvcpp/qvarn.h>
+#include <vexapi/values/qvarn.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Feeds arbitrary text to the decimal parser in both widths and checks that what parses
 // prints and parses back to the same value and text, through the routines and the streams;
 // also drives arithmetic and the printers with raw 16-byte images.
-#include <vexapi/orvcpp/qvarn.h>
+#include <vexapi/values/qvarn.h>
 
 #include <cmath>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // ActiveFormsPointer: a form's place on the Application's list of active forms.
-#include "activeformspointer.h"
+#include <vexapi/app/activeformspointer.h>
 
-#include "application.h"
+#include <vexapi/app/application.h>
 
 ActiveFormsPointer::ActiveFormsPointer(VexAPI::WForm* form) : WFPointer(form)
 {

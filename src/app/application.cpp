@@ -1,8 +1,8 @@
 // Application: the application object, the exit code and modal level, and the loops that
 // run on the main thread (main loop, task events, enter_loop/exit_loop).
-#include "application.h"
+#include <vexapi/app/application.h>
 
-#include "mainqueue.h"
+#include "platform_mainqueue.h"
 
 #include <vexapi/core/vexassert.h>
 

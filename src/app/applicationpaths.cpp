@@ -1,8 +1,8 @@
 // Application: the program's folder, the savable folder and file, folders, temporary files
 // and the table of temporary names.
-#include "application.h"
+#include <vexapi/app/application.h>
 
-#include "appplatform.h"
+#include "platform_services.h"
 
 #include <cstdio>
 #include <cstring>

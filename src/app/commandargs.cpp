@@ -1,5 +1,5 @@
 // CommandArgs, and the splitting and joining of command lines in their one-block layout.
-#include "commandargs.h"
+#include <vexapi/app/commandargs.h>
 
 #include <cstdlib>
 #include <cstring>

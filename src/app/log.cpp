@@ -1,7 +1,7 @@
 // Log: the plain log file.
-#include "log.h"
+#include <vexapi/app/log.h>
 
-#include "appplatform.h"
+#include "platform_services.h"
 
 #include <cstring>
 #include <ctime>

@@ -1,9 +1,9 @@
 // PerformMainEntry: the process entry's preparation and the run of the application object.
-#include "mainentry.h"
+#include <vexapi/app/mainentry.h>
 
-#include "application.h"
-#include "appplatform.h"
-#include "mainqueue.h"
+#include <vexapi/app/application.h>
+#include "platform_services.h"
+#include "platform_mainqueue.h"
 
 #include <clocale>
 #include <string>

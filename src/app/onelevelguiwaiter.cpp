@@ -1,7 +1,7 @@
 // OneLevelGUIWaiter: the single-level modal wait and its wake-up message.
-#include "onelevelguiwaiter.h"
+#include <vexapi/app/onelevelguiwaiter.h>
 
-#include "mainqueue.h"
+#include "platform_mainqueue.h"
 
 #include <vexapi/core/vexassert.h>
 

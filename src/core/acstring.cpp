@@ -1,12 +1,12 @@
 // aCString: construction, assignment, the buffer protocol, substrings, search, trimming and
 // Format.
-#include "acstring.h"
+#include <vexapi/core/acstring.h>
 
 #include "cstringbuffer.h"
 #include "platformtext.h"
-#include "vexassert.h"
-#include "wformat.h"
-#include "wtext.h"
+#include <vexapi/core/vexassert.h>
+#include <vexapi/core/wformat.h>
+#include <vexapi/core/wtext.h>
 
 #include <cstdarg>
 #include <string>

@@ -1,5 +1,5 @@
 // auto_caller: the serial counter and the call on scope exit.
-#include "autocaller.h"
+#include <vexapi/core/autocaller.h>
 
 #include <atomic>
 

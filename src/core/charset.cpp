@@ -1,9 +1,9 @@
 // The charset table and the conversions wcs2mbs, mbs2wcs, mbs2mbs, getStdCharset: the
 // contract (limits, termination, replacement) and the Unicode encodings live here; a
 // single-byte code page's byte table comes from the platform folder.
-#include "charset.h"
+#include <vexapi/core/charset.h>
 
-#include "charsetplatform.h"
+#include "platform_charset.h"
 
 #include <algorithm>
 #include <cstddef>

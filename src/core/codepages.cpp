@@ -1,8 +1,8 @@
 // The CP866 / KOI8-R / CP1251 conversion tables, derived at first use from the charset
 // layer's code pages (iconv's tables on Linux, the system's on Windows), and the conversions.
-#include "codepages.h"
+#include <vexapi/core/codepages.h>
 
-#include "charset.h"
+#include <vexapi/core/charset.h>
 
 #include <mutex>
 

@@ -2,7 +2,7 @@
 // blocks with no capacity beyond the text. Internal to the library.
 #pragma once
 
-#include "types.h"
+#include <vexapi/core/types.h>
 
 #include <cstddef>
 #include <cstdlib>

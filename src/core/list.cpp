@@ -1,7 +1,7 @@
 // List: linking and unlinking of intrusive nodes around the sentinel.
-#include "list.h"
+#include <vexapi/core/list.h>
 
-#include "vexassert.h"
+#include <vexapi/core/vexassert.h>
 
 std::size_t List::size() const
 {

@@ -1,5 +1,5 @@
 // MessageSubmission: the two process-wide statics.
-#include "messagesubmission.h"
+#include <vexapi/core/messagesubmission.h>
 
 bool MessageSubmission::sm_quietMode = false;
 Log* MessageSubmission::sm_logger = nullptr;

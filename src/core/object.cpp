@@ -1,7 +1,7 @@
 // Object: subscription bookkeeping, the destruction protocol and the delivery snapshot.
-#include "object.h"
+#include <vexapi/core/object.h>
 
-#include "vexassert.h"
+#include <vexapi/core/vexassert.h>
 
 #include <cstring>
 

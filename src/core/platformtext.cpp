@@ -1,7 +1,7 @@
 // Conversions between the platform's 8-bit text and 16-bit text, over the charset layer.
 #include "platformtext.h"
 
-#include "charset.h"
+#include <vexapi/core/charset.h>
 
 #include <cstring>
 

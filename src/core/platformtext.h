@@ -2,7 +2,7 @@
 // conversions of whole texts to and from 16-bit text. Internal to the library.
 #pragma once
 
-#include "types.h"
+#include <vexapi/core/types.h>
 
 #include <string>
 

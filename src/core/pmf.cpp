@@ -1,7 +1,7 @@
 // PMF comparison by virtual slot.
-#include "pmf.h"
+#include <vexapi/core/pmf.h>
 
-#include "vexassert.h"
+#include <vexapi/core/vexassert.h>
 
 #include <cstddef>
 

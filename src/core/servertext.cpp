@@ -1,8 +1,8 @@
 // Text conversions of the server's formats: 8-bit CHAR text widened as Latin-1, and 16-bit
 // RCHAR text, possibly byte-swapped.
-#include "servertext.h"
+#include <vexapi/core/servertext.h>
 
-#include "wtext.h"
+#include <vexapi/core/wtext.h>
 
 #include <cstring>
 

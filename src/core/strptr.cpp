@@ -1,7 +1,7 @@
 // StrPtr: a 16-bit text pointer wrapped for output to a stream, narrow (as UTF-8) or wide.
-#include "strptr.h"
+#include <vexapi/core/strptr.h>
 
-#include "charset.h"
+#include <vexapi/core/charset.h>
 
 #include <ostream>
 #include <string>

@@ -1,12 +1,12 @@
 // Text files: line reads, the byte-order mark test, and the UTF-8 and UCS-2 writers and
 // reader. Opening by a 16-bit name (wfopen) is the platform folder's.
-#include "textfile.h"
+#include <vexapi/core/textfile.h>
 
-#include "charset.h"
+#include <vexapi/core/charset.h>
 #include "platformtext.h"
-#include "servertext.h"
-#include "vexassert.h"
-#include "wtext.h"
+#include <vexapi/core/servertext.h>
+#include <vexapi/core/vexassert.h>
+#include <vexapi/core/wtext.h>
 
 #include <cstring>
 #include <string>

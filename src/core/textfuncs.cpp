@@ -1,8 +1,8 @@
 // Plain text functions: trimming, statement counting and borders, positions, low-byte case
 // mapping, directory part, command-line values and file extensions.
-#include "textfuncs.h"
+#include <vexapi/core/textfuncs.h>
 
-#include "wtext.h"
+#include <vexapi/core/wtext.h>
 
 #include <climits>
 #include <cmath>

@@ -1,7 +1,7 @@
 // Tree: linking and unlinking of nodes under their parents.
-#include "tree.h"
+#include <vexapi/core/tree.h>
 
-#include "vexassert.h"
+#include <vexapi/core/vexassert.h>
 
 Tree::Iterator Tree::insert(Node* child, Iterator parentIt, Iterator before)
 {

@@ -1,5 +1,5 @@
 // The assertion facility: handler registry and the default report.
-#include "vexassert.h"
+#include <vexapi/core/vexassert.h>
 
 #include <atomic>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // WCharString: the library's counted 16-bit string with value semantics.
-#include "wcharstring.h"
+#include <vexapi/core/wcharstring.h>
 
-#include "vexassert.h"
-#include "wtext.h"
+#include <vexapi/core/vexassert.h>
+#include <vexapi/core/wtext.h>
 
 WCharString::WCharString() = default;
 WCharString::WCharString(const WCharString& other) = default;

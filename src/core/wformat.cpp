@@ -1,9 +1,9 @@
 // printf-style formatting of 16-bit text. Text and padding are done here; the digits of a
 // number come from the C library's narrow snprintf, so numbers look as printf makes them.
-#include "wformat.h"
+#include <vexapi/core/wformat.h>
 
 #include "platformtext.h"
-#include "wtext.h"
+#include <vexapi/core/wtext.h>
 
 #include <climits>
 #include <cstddef>

@@ -1,5 +1,5 @@
 // The library's 16-bit text routines and the free text functions of the client layer.
-#include "wtext.h"
+#include <vexapi/core/wtext.h>
 
 #include <cstring>
 

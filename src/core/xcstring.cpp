@@ -1,11 +1,11 @@
 // xCString: the 8-bit string class, its code-page members, and the copies between aCString
 // and xCString.
-#include "xcstring.h"
+#include <vexapi/core/xcstring.h>
 
-#include "codepages.h"
+#include <vexapi/core/codepages.h>
 #include "cstringbuffer.h"
 #include "platformtext.h"
-#include "vexassert.h"
+#include <vexapi/core/vexassert.h>
 
 #include <cstdarg>
 #include <cstdio>

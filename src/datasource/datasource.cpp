@@ -1,6 +1,6 @@
 // DataSource: the column and filter descriptions, the base behaviour of the virtual
 // operations, navigation, and the blob encoding list.
-#include "datasource.h"
+#include <vexapi/datasource/datasource.h>
 
 namespace DataSourceAPI {
 

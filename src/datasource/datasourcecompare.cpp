@@ -1,11 +1,11 @@
 // compare(): the three-way comparison of two values of one type, with locale collation for
 // text; and the code point order that breaks collation ties.
-#include "dscollate.h"
-#include "dsdefs.h"
+#include "platform_collate.h"
+#include <vexapi/datasource/dsdefs.h>
 
 #include <vexapi/core/wtext.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 
 #include <cstring>
 

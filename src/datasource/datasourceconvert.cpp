@@ -1,11 +1,11 @@
 // The conversion matrix: every pair of value types, with the text forms of numbers,
 // decimals and dates, hexadecimal bytes, and the code-page routes between text and blobs.
-#include "dsdefs.h"
+#include <vexapi/datasource/dsdefs.h>
 
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wtext.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 
 #include <cmath>
 #include <cstdio>

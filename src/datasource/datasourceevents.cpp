@@ -1,7 +1,7 @@
 // DataSource's event frame: the own handling of its signals, the inner-source events that
 // climb the parent chain, the slots a link subscribes to a master, and setLinkParams.
-#include "datasource.h"
-#include "datasourcelink.h"
+#include <vexapi/datasource/datasource.h>
+#include <vexapi/datasource/datasourcelink.h>
 
 namespace DataSourceAPI {
 

@@ -1,6 +1,6 @@
 // DataSourceLink: the pairs of column names, the seven subscriptions that carry a master's
 // events to its detail, and the watch on both sources' destruction.
-#include "datasourcelink.h"
+#include <vexapi/datasource/datasourcelink.h>
 
 #include <vexapi/core/wtext.h>
 

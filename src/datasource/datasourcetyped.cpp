@@ -1,7 +1,7 @@
 // DataSource's typed access: typed field and parameter reads and writes through the
 // conversion matrix, the parameter write with change detection, the typed family, and the
 // growing readers of DataRepresentationWithNulls.
-#include "datasource.h"
+#include <vexapi/datasource/datasource.h>
 
 #include <algorithm>
 

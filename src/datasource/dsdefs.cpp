@@ -1,5 +1,5 @@
 // Sizes of the value types and the growing conversion into a DynValueBase.
-#include "dsdefs.h"
+#include <vexapi/datasource/dsdefs.h>
 
 namespace DataSourceAPI {
 

@@ -1,5 +1,5 @@
 // DSKortDesc: the declared columns, the record layout, and the records' life and copies.
-#include "dskort.h"
+#include <vexapi/datasource/dskort.h>
 
 #include <vexapi/core/wtext.h>
 

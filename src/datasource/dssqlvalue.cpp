@@ -1,9 +1,9 @@
 // addSQLValue(): a value written as an SQL literal on a 16-bit stream.
-#include "dsdefs.h"
+#include <vexapi/datasource/dsdefs.h>
 
 #include <vexapi/core/wtext.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 
 #include <cstring>
 #include <locale>

@@ -1,5 +1,5 @@
 // DSBlob's block management and DynValueBase's growth.
-#include "dsvalue.h"
+#include <vexapi/datasource/dsvalue.h>
 
 #include <cstdlib>
 #include <new>

@@ -1,6 +1,6 @@
 // MemoryDataSource: the DataSource operations over the InternalDS rows, the current
 // position rules, inner sources, and the hooks sent on to the owner.
-#include "memorydatasource.h"
+#include <vexapi/datasource/memorydatasource.h>
 
 namespace DataSourceAPI {
 

@@ -1,6 +1,6 @@
 // MemoryDS: the record list, row numbers by walking, inserts and deletes with the object
 // hooks, locked field access, calculated-value bits and sorting.
-#include "memoryds.h"
+#include <vexapi/datasource/memoryds.h>
 
 #include <vexapi/core/wtext.h>
 

@@ -1,5 +1,5 @@
 // TableDS: names, calculated flags and factories beside the declared columns.
-#include "tableds.h"
+#include <vexapi/datasource/tableds.h>
 
 #include <vexapi/core/wtext.h>
 

@@ -1,10 +1,10 @@
 // Formater: reset, the editing keys and the caret, the layout of numeric fields, and the
 // primary text in and out. The "maxSym" assertions of the editing calls live here.
-#include "formater.h"
+#include <vexapi/format/formater.h>
 
 #include <vexapi/core/vexassert.h>
 #include <vexapi/core/wtext.h>
-#include <vexapi/orvcpp/orvdate.h>
+#include <vexapi/values/orvdate.h>
 
 #include <algorithm>
 #include <charconv>

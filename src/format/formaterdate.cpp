@@ -1,9 +1,9 @@
 // Formater: the date fields of a tDate mask (Y, M, MMM, D, H, MI, S, F), how a date is
 // written into them and read back, and the clock that completes a short year.
-#include "formater.h"
+#include <vexapi/format/formater.h>
 
 #include <vexapi/core/wtext.h>
-#include <vexapi/orvcpp/orvdate.h>
+#include <vexapi/values/orvdate.h>
 
 #include <algorithm>
 #include <cstdint>

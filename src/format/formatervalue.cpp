@@ -1,11 +1,11 @@
 // Formater: the binary value in and out (setBinValue, calcValue, getBinValue), the null
 // state, and the colour by sign.
-#include "formater.h"
+#include <vexapi/format/formater.h>
 
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wtext.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 // PatternProcessor: compiling a mask into elements and fields, the fields' bounds, and what
 // each element accepts.
-#include "patternprocessor.h"
+#include <vexapi/format/patternprocessor.h>
 
 #include <vexapi/core/vexassert.h>
 #include <vexapi/core/wtext.h>

@@ -1,5 +1,5 @@
 // TemplateHead: reading the colour and null-text sections of a template's head.
-#include "templatehead.h"
+#include <vexapi/format/templatehead.h>
 
 #include <vexapi/core/wtext.h>
 

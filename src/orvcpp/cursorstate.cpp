@@ -3,8 +3,8 @@
 #include "cursorstate.h"
 
 #include "dialect.h"
-#include "orvconnect.h"
-#include "procedures.h"
+#include <vexapi/orvcpp/orvconnect.h>
+#include <vexapi/orvcpp/procedures.h>
 #include "sqltokens.h"
 
 #include <sqlite3.h>

@@ -2,7 +2,7 @@
 // running of statements on it (selects, writes, positioned writes, procedure calls).
 #pragma once
 
-#include "orvx.h"
+#include <vexapi/orvcpp/orvx.h>
 #include "resultset.h"
 #include "session.h"
 #include "statementstate.h"

@@ -1,7 +1,7 @@
 // The rewriting of the server's dialect into SQLite's (see the table in dialect.h).
 #include "dialect.h"
 
-#include "orvdate.h"
+#include <vexapi/values/orvdate.h>
 #include "sqltokens.h"
 
 #include <vexapi/core/charset.h>

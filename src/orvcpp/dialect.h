@@ -75,7 +75,7 @@ enum QueryKind {
 extern const char* const kCurrentKeyParam;
 
 // The result of translating one statement.
-struct VEXAPI_API DialectText {
+struct DialectText {
     std::string sql; // what SQLite runs (for a procedure call: the arguments' select, or "")
     // (offset in `sql`, offset in the original text) at the start of every token of `sql`,
     // in ascending order of the first.
@@ -101,12 +101,12 @@ typedef std::function<bool(const std::string& schema, const std::string& table,
     WideColumnTest;
 
 // Translates `text` (UTF-8). Never fails: what SQLite refuses it reports when preparing.
-VEXAPI_API DialectText translateDialect(const std::string& text, const WideColumnTest& isWide = nullptr);
+DialectText translateDialect(const std::string& text, const WideColumnTest& isWide = nullptr);
 
 // Decodes a hex literal's digits as wide text of four digits per character (UTF-16 code
 // units, most significant digit first) into UTF-8; false if the digits are not a multiple
 // of 4 or not hex.
-VEXAPI_API bool wideHexToUtf8(const std::string& digits, std::string& out);
+bool wideHexToUtf8(const std::string& digits, std::string& out);
 
 } // namespace detail
 } // namespace OrvCPP

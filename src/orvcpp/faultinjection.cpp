@@ -1,5 +1,5 @@
 // The fault switch of the client layer.
-#include "faultinjection.h"
+#include <vexapi/orvcpp/faultinjection.h>
 
 #include <mutex>
 

@@ -1,5 +1,5 @@
 // LException: the message-carrying base exception of the client layer.
-#include "lexception.h"
+#include <vexapi/orvcpp/lexception.h>
 
 LException::LException(const char* message) : m_message(message ? message : "") {}
 

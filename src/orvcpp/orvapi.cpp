@@ -1,8 +1,8 @@
 // The low-level calls of the client layer.
-#include "orvapi.h"
+#include <vexapi/orvcpp/orvapi.h>
 
 #include "cursorstate.h"
-#include "orvx.h"
+#include <vexapi/orvcpp/orvx.h>
 
 #include <sqlite3.h>
 

@@ -1,5 +1,5 @@
 // OrvChannel: the handle of a statement or cursor, and closing it.
-#include "orvchannel.h"
+#include <vexapi/orvcpp/orvchannel.h>
 
 #include "cursorstate.h"
 

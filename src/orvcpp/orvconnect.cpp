@@ -1,8 +1,8 @@
 // OrvConnect: opening, attaching and closing connections.
-#include "orvconnect.h"
+#include <vexapi/orvcpp/orvconnect.h>
 
 #include "cursorstate.h"
-#include "faultinjection.h"
+#include <vexapi/orvcpp/faultinjection.h>
 #include "session.h"
 
 #include <sqlite3.h>

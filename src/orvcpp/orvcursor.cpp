@@ -1,10 +1,10 @@
 // OrvCursor: running statements and reading their rows, synchronously or through the
 // connection's worker with a Handler.
-#include "orvcursor.h"
+#include <vexapi/orvcpp/orvcursor.h>
 
 #include "cursorstate.h"
-#include "faultinjection.h"
-#include "servertypes.h"
+#include <vexapi/orvcpp/faultinjection.h>
+#include <vexapi/values/servertypes.h>
 #include "sqltokens.h"
 #include "statementstate.h"
 

@@ -1,8 +1,8 @@
 // OrvStatement: preparing a statement on a connection and describing it.
-#include "orvstatement.h"
+#include <vexapi/orvcpp/orvstatement.h>
 
 #include "cursorstate.h"
-#include "faultinjection.h"
+#include <vexapi/orvcpp/faultinjection.h>
 #include "sqltokens.h"
 #include "statementstate.h"
 

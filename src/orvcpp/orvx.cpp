@@ -1,5 +1,5 @@
 // OrvX: construction, the text accessors and the full error report.
-#include "orvx.h"
+#include <vexapi/orvcpp/orvx.h>
 
 #include <cstdio>
 #include <cstring>

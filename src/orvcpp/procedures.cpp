@@ -1,8 +1,8 @@
 // The table of registered procedures and what a procedure sees of its call.
-#include "procedures.h"
+#include <vexapi/orvcpp/procedures.h>
 
 #include "cursorstate.h"
-#include "orvcursor.h"
+#include <vexapi/orvcpp/orvcursor.h>
 #include "sqltokens.h"
 #include "valueconv.h"
 

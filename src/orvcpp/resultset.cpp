@@ -2,7 +2,7 @@
 // scratch database.
 #include "resultset.h"
 
-#include "servertypes.h"
+#include <vexapi/values/servertypes.h>
 #include "sqltokens.h"
 
 #include <vexapi/core/vexassert.h>

@@ -114,7 +114,7 @@ protected:
 // The keyset's initial stride and its most checkpoints (by default kInitialStride and
 // kMaxCheckpoints), for tests that exercise the index on small tables; for results made
 // afterwards. 0 restores a default.
-VEXAPI_API void setKeysetLimits(VLong initialStride, int maxCheckpoints);
+void setKeysetLimits(VLong initialStride, int maxCheckpoints);
 
 // Builds the result of running `statement` (a select) with `values` on its connection:
 // a KeysetResult where the shape allows and `snapshot` is false, else a MaterialisedResult.

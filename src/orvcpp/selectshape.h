@@ -30,7 +30,7 @@ struct SelectShape {
     bool orderDescending = false;
 };
 
-VEXAPI_API SelectShape analyseSelect(const std::string& sql);
+SelectShape analyseSelect(const std::string& sql);
 
 } // namespace detail
 } // namespace OrvCPP

@@ -3,7 +3,7 @@
 // its calls, and the worker thread that runs its asynchronous calls.
 #pragma once
 
-#include "orvx.h"
+#include <vexapi/orvcpp/orvx.h>
 
 #include <vexapi/core/types.h>
 

@@ -1,6 +1,6 @@
 // SQL text helpers: a small tokenizer that knows strings, quoted names, comments and
 // parentheses, and the splicing of WHERE and ORDER BY clauses built on it.
-#include "sqltext.h"
+#include <vexapi/orvcpp/sqltext.h>
 
 #include <cstddef>
 #include <vector>

@@ -3,8 +3,8 @@
 #include "statementstate.h"
 
 #include "catalog.h"
-#include "procedures.h"
-#include "servertypes.h"
+#include <vexapi/orvcpp/procedures.h>
+#include <vexapi/values/servertypes.h>
 #include "sqltokens.h"
 
 #include <sqlite3.h>

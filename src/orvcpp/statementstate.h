@@ -2,7 +2,7 @@
 // statement, its kind, and the descriptions of its columns and parameters.
 #pragma once
 
-#include "bindmap.h"
+#include <vexapi/values/bindmap.h>
 #include "dialect.h"
 #include "session.h"
 #include "valueconv.h"

@@ -1,10 +1,10 @@
 // Values between SQLite and the fetch forms of the client layer.
 #include "valueconv.h"
 
-#include "orvdate.h"
-#include "orvdec.h"
-#include "orvx.h"
-#include "servertypes.h"
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
+#include <vexapi/orvcpp/orvx.h>
+#include <vexapi/values/servertypes.h>
 
 #include <vexapi/core/charset.h>
 

@@ -3,8 +3,8 @@
 // SQLite value into a ValueInfo's buffer.
 #pragma once
 
-#include "bindmap.h"
-#include "paramdesc.h"
+#include <vexapi/values/bindmap.h>
+#include <vexapi/orvcpp/paramdesc.h>
 
 #include <vexapi/core/types.h>
 

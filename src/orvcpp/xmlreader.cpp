@@ -1,6 +1,6 @@
 // XMLFILEReaderA: reads an XML file with pugixml and turns its top-level elements into
 // XMLElementA trees.
-#include "xmlutils.h"
+#include <vexapi/orvcpp/xmlutils.h>
 
 #include <pugixml.hpp>
 

@@ -1,6 +1,6 @@
 // XMLUtils in memory: the exceptions, names and values with their conversions, elements and
 // the class header of serialisable classes.
-#include "xmlutils.h"
+#include <vexapi/orvcpp/xmlutils.h>
 
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wcharstring.h>

@@ -1,6 +1,6 @@
 // XMLFILEWriterA: turns XMLElementA trees into a pugixml document and replaces the file with
 // it through a temporary file.
-#include "xmlutils.h"
+#include <vexapi/orvcpp/xmlutils.h>
 
 #include <pugixml.hpp>
 

@@ -1,5 +1,5 @@
 // CEditArray: growth, element copies and the shared buffer of shallow copies.
-#include "ceditarray.h"
+#include <vexapi/srcedit/ceditarray.h>
 
 #include <cstdlib>
 #include <cstring>

@@ -1,7 +1,7 @@
 // CEditString: construction, raw and fold-aware text editing, and the row's folds.
-#include "ceditstring.h"
+#include <vexapi/srcedit/ceditstring.h>
 
-#include "ceditstringarray.h"
+#include <vexapi/srcedit/ceditstringarray.h>
 #include "cexpansionsink.h"
 #include "edittext.h"
 

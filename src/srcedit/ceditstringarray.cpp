@@ -1,10 +1,10 @@
 // CEditStringArray: the block's rows, their adoption and numbering, the block's plain
 // text and its coordinate conversions, and the check of its invariants.
-#include "ceditstringarray.h"
+#include <vexapi/srcedit/ceditstringarray.h>
 
-#include "cbookmarklookup.h"
+#include <vexapi/srcedit/cbookmarklookup.h>
 #include "cexpansionsink.h"
-#include "ctextsegment.h"
+#include <vexapi/srcedit/ctextsegment.h>
 #include "edittext.h"
 
 #include <cstring>

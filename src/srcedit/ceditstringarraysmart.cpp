@@ -1,6 +1,6 @@
 // CEditStringArray: editing across rows: inserting a block at a position, deleting a
 // range and taking a range out, folds included.
-#include "ceditstringarray.h"
+#include <vexapi/srcedit/ceditstringarray.h>
 
 #include <vector>
 

@@ -1,9 +1,9 @@
 // CEditString: the row's expansion, its two kinds of column and three kinds of row
 // number, its place in the tree of blocks, its search and its marks.
-#include "ceditstring.h"
+#include <vexapi/srcedit/ceditstring.h>
 
-#include "cbookmarklookup.h"
-#include "ceditstringarray.h"
+#include <vexapi/srcedit/cbookmarklookup.h>
+#include <vexapi/srcedit/ceditstringarray.h>
 #include "cexpansionsink.h"
 #include "edittext.h"
 

@@ -1,5 +1,5 @@
 // CEditString: the row's lexeme lists and the cursors that walk them.
-#include "ceditstring.h"
+#include <vexapi/srcedit/ceditstring.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // CLexData: lexeme records and their partner links.
-#include "clexdata.h"
+#include <vexapi/srcedit/clexdata.h>
 
 CLexData::CLexData(int name_, LayoutType type_, int col_, int len_, CEditString* owner_)
     : name(name_), type(type_), col(col_), len(len_), owner(owner_), endLex(nullptr), beginLex(nullptr)

@@ -1,5 +1,5 @@
 // CPairedIntArray: pairs of ints stored two to an element.
-#include "cpairedintarray.h"
+#include <vexapi/srcedit/cpairedintarray.h>
 
 #include <cstring>
 

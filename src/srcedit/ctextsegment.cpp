@@ -1,8 +1,8 @@
 // CTextSegment: folds, their labels, their blocks and the row counts they pass up.
-#include "ctextsegment.h"
+#include <vexapi/srcedit/ctextsegment.h>
 
-#include "ceditstring.h"
-#include "ceditstringarray.h"
+#include <vexapi/srcedit/ceditstring.h>
+#include <vexapi/srcedit/ceditstringarray.h>
 #include "cexpansionsink.h"
 #include "edittext.h"
 

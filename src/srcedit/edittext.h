@@ -8,25 +8,25 @@
 namespace CEditText {
 
 // Characters before the terminating NUL; 0 for null.
-VEXAPI_API int length(const WChar* text);
+int length(const WChar* text);
 
 // `n` of -1 means the text's whole length; a null text has none.
 inline int lengthOf(const WChar* text, int n) { return n < 0 ? length(text) : (text ? n : 0); }
 
 // A new NUL-terminated copy of `n` characters (-1: all), made with new[]; null for null.
-VEXAPI_API WChar* duplicate(const WChar* text, int n = -1);
+WChar* duplicate(const WChar* text, int n = -1);
 
 // True when the `n` characters at `a` and `b` are equal.
-VEXAPI_API bool equal(const WChar* a, const WChar* b, int n);
+bool equal(const WChar* a, const WChar* b, int n);
 
 // Space, tab, LF or CR: what `hasText` passes over.
 inline bool isBlank(WChar c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 // The characters that bound a whole word in a search.
-VEXAPI_API bool isWordSeparator(WChar c);
+bool isWordSeparator(WChar c);
 
 // Upper-case form of `c` for case-blind searches: Basic Latin, Latin-1, Latin Extended-A,
 // Greek and Cyrillic; other characters are their own upper case.
-VEXAPI_API WChar toUpper(WChar c);
+WChar toUpper(WChar c);
 
 } // namespace CEditText

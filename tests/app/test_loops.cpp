@@ -2,7 +2,7 @@
 // procTaskEvents, posted calls and the quit request, with worker threads.
 #include "testtext.h"
 
-#include <vexapi/app/mainqueue.h>
+#include "platform_mainqueue.h"
 #include <vexapi/app/onelevelguiwaiter.h>
 
 #include <gtest/gtest.h>

@@ -4,8 +4,8 @@
 
 #include <vexapi/core/charset.h>
 #include <vexapi/datasource/memorydatasource.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 
 #include <cstdint>
 #include <cstring>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <vexapi/format/formater.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 
 #include <charconv>
 #include <cstdint>

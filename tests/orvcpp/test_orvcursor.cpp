@@ -3,10 +3,10 @@
 // transactions, procedures and the column options; for every kind of result.
 #include "test_orvsupport.h"
 
-#include <vexapi/orvcpp/kort.h>
+#include <vexapi/values/kort.h>
 #include <vexapi/orvcpp/orvapi.h>
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 #include <vexapi/orvcpp/procedures.h>
 
 #include <gtest/gtest.h>

@@ -3,9 +3,9 @@
 // and the shape analysis of selects.
 #include "test_orvsupport.h"
 
-#include <vexapi/orvcpp/dialect.h>
+#include "dialect.h"
 #include <vexapi/orvcpp/orvstatement.h>
-#include <vexapi/orvcpp/selectshape.h>
+#include "selectshape.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "test_orvsupport.h"
 
 #include <vexapi/orvcpp/orvstatement.h>
-#include <vexapi/orvcpp/resultset.h>
+#include "resultset.h"
 
 #include <gtest/gtest.h>
 

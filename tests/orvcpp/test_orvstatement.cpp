@@ -2,11 +2,11 @@
 // values, names of origin blank-padded to 66) and of parameters by position and by name.
 #include "test_orvsupport.h"
 
-#include <vexapi/orvcpp/orvdate.h>
-#include <vexapi/orvcpp/orvdec.h>
+#include <vexapi/values/orvdate.h>
+#include <vexapi/values/orvdec.h>
 #include <vexapi/orvcpp/orvstatement.h>
 #include <vexapi/orvcpp/paramdesc.h>
-#include <vexapi/orvcpp/servertypes.h>
+#include <vexapi/values/servertypes.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The C-style decimal and date routines: every format element both ways, a bad text per
 // element, the grid's two date formats, and the conventions callers rely on (status codes,
 // untouched output on failure, null pointers, unaligned row images).
-#include <vexapi/orvcpp/qvarn.h>
+#include <vexapi/values/qvarn.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The application frame's system services on Linux: paths, folders, temporary files,
 // narrowing, and the Application members that are bound to the platform.
 #include <vexapi/app/application.h>
-#include <vexapi/app/appplatform.h>
+#include <vexapi/app/platform_services.h>
 #include <vexapi/core/charset.h>
 
 #include <cerrno>

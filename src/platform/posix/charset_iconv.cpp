@@ -1,6 +1,6 @@
 // The charset conversions' platform part on POSIX: single-byte code page tables from iconv,
 // and the current locale's charset name.
-#include <vexapi/core/charsetplatform.h>
+#include <vexapi/core/platform_charset.h>
 
 #include <iconv.h>
 #include <langinfo.h>

@@ -1,6 +1,6 @@
 // Text collation on POSIX: strcoll for 8-bit text, and wcscoll on 16-bit text widened to
 // the 32-bit wchar_t of the C library.
-#include <vexapi/datasource/dscollate.h>
+#include <vexapi/datasource/platform_collate.h>
 
 #include <cstring>
 #include <cwchar>

@@ -1,6 +1,6 @@
 // MainMutex on Linux: a recursive pthread mutex, as a Win32 mutex is recursive for the
 // thread that owns it (enter_loop holds it while a dispatched handler may take it again).
-#include <vexapi/app/mainqueue.h>
+#include <vexapi/app/platform_mainqueue.h>
 
 #include <pthread.h>
 

@@ -1,6 +1,6 @@
 // MainQueue on Linux: the main thread's message queue, kept by the library since the
 // system has none, with the same rules as a Win32 thread queue.
-#include <vexapi/app/mainqueue.h>
+#include <vexapi/app/platform_mainqueue.h>
 #include <vexapi/core/object.h>
 
 #include <condition_variable>

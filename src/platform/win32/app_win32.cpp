@@ -1,7 +1,7 @@
 // The application frame's system services on Windows: paths, shell folders, temporary
 // files, COM, narrowing, and the Application members that are bound to the platform.
 #include <vexapi/app/application.h>
-#include <vexapi/app/appplatform.h>
+#include <vexapi/app/platform_services.h>
 
 #include <windows.h>
 #include <objbase.h>

@@ -1,6 +1,6 @@
 // The charset conversions' platform part on Windows: single-byte code page tables from
 // MultiByteToWideChar, and the ANSI code page.
-#include <vexapi/core/charsetplatform.h>
+#include <vexapi/core/platform_charset.h>
 
 #include <windows.h>
 

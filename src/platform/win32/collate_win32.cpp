@@ -1,6 +1,6 @@
 // Text collation on Windows: CompareStringA/W in the user's locale, or code point order
 // while the C runtime's collation locale is "C".
-#include <vexapi/datasource/dscollate.h>
+#include <vexapi/datasource/platform_collate.h>
 
 #include <windows.h>
 

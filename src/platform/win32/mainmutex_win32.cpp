@@ -1,6 +1,6 @@
 // MainMutex on Windows: an unnamed Win32 mutex, created unowned. A thread that owns it may
 // take it again, which enter_loop relies on when a dispatched handler calls exit_loop.
-#include <vexapi/app/mainqueue.h>
+#include <vexapi/app/platform_mainqueue.h>
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
 // MainQueue on Windows: the main thread's own Win32 queue, and a message-only window that
 // carries posted calls.
-#include <vexapi/app/mainqueue.h>
+#include <vexapi/app/platform_mainqueue.h>
 #include <vexapi/core/object.h>
 
 #include <windows.h>

@@ -1,5 +1,5 @@
 // The security helpers: SIDs for trustees, the access list and the security descriptor.
-#include "securitydata.h"
+#include <vexapi/platform/win32/securitydata.h>
 
 #include <windows.h>
 
