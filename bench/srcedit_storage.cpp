@@ -6,6 +6,7 @@
 #include <vexapi/srcedit/ceditstring.h>
 #include <vexapi/srcedit/ceditstringarray.h>
 #include <vexapi/srcedit/ctextsegment.h>
+#include <vexapi/core/wstring.h>
 
 #include <benchmark/benchmark.h>
 
@@ -21,7 +22,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
 const int kRows = 100000;
 const int kTyped = 1000;
@@ -33,7 +33,7 @@ const int kConversions = 100000;
 
 // ---- The script.
 
-WText makeScript()
+WString makeScript()
 {
     std::mt19937 random(42u);
     auto num = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(random); };
@@ -76,19 +76,19 @@ WText makeScript()
             text += "\r\n";
         text += line;
     }
-    return WText(text.begin(), text.end());
+    return WString(text.begin(), text.end());
 }
 
-const WText& script()
+const WString& script()
 {
-    static const WText text = makeScript();
+    static const WString text = makeScript();
     return text;
 }
 
-std::vector<WText> splitScript()
+std::vector<WString> splitScript()
 {
-    const WText& text = script();
-    std::vector<WText> lines;
+    const WString& text = script();
+    std::vector<WString> lines;
     std::size_t start = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '\n')
@@ -109,8 +109,8 @@ std::size_t heapInUse()
 // ---- The floor: a vector of lines, folds kept as moved-out runs of lines beside it.
 
 struct FoldedVector {
-    std::vector<WText> visible;
-    std::vector<std::vector<WText>> hidden; // the lines of each fold
+    std::vector<WString> visible;
+    std::vector<std::vector<WString>> hidden; // the lines of each fold
     std::vector<int> foldRow;               // visible row of each fold's label
     std::vector<int> foldLine;              // unfolded line of each fold's first line
     std::vector<int> hiddenText;            // characters of each fold's text
@@ -119,10 +119,10 @@ struct FoldedVector {
     // Folds the rows [row, row + n) into one label row (folds come in ascending order).
     void fold(int row, int n)
     {
-        std::vector<WText> lines(std::make_move_iterator(visible.begin() + row),
+        std::vector<WString> lines(std::make_move_iterator(visible.begin() + row),
                                  std::make_move_iterator(visible.begin() + row + n));
         int length = 0;
-        for (const WText& l : lines)
+        for (const WString& l : lines)
             length += int(l.size()) + 2;
         hiddenText.push_back(length - 2);
         visible.erase(visible.begin() + row + 1, visible.begin() + row + n);
@@ -134,7 +134,7 @@ struct FoldedVector {
     }
 
     // The visible row holding unfolded line `line`, and the line's text.
-    int rowOfLine(int line, const WText*& text) const
+    int rowOfLine(int line, const WString*& text) const
     {
         auto it = std::upper_bound(foldLine.begin(), foldLine.end(), line);
         if (it == foldLine.begin()) {
@@ -229,7 +229,7 @@ void setOps(benchmark::State& state, double ops)
 void Document_Load(benchmark::State& state)
 {
     state.SetLabel("ratio-to:Vector_Load");
-    const WText& text = script();
+    const WString& text = script();
     for (auto _ : state) {
         std::unique_ptr<CEditStringArray> doc(CEditStringArray::fromPlainText(text.c_str(), int(text.size())));
         benchmark::DoNotOptimize(doc.get());
@@ -244,7 +244,7 @@ void Vector_Load(benchmark::State& state)
 {
     script();
     for (auto _ : state) {
-        std::vector<WText> lines = splitScript();
+        std::vector<WString> lines = splitScript();
         benchmark::DoNotOptimize(lines.data());
         state.PauseTiming();
         lines.clear();
@@ -258,7 +258,7 @@ void Vector_Load(benchmark::State& state)
 // allocator's own count of bytes handed out, its per-block overhead included).
 void Document_Memory(benchmark::State& state)
 {
-    const WText& text = script();
+    const WString& text = script();
     for (auto _ : state) {
         std::size_t before = heapInUse();
         std::unique_ptr<CEditStringArray> doc(CEditStringArray::fromPlainText(text.c_str(), int(text.size())));
@@ -269,10 +269,10 @@ void Document_Memory(benchmark::State& state)
 
 void Vector_Memory(benchmark::State& state)
 {
-    const WText& text = script();
+    const WString& text = script();
     for (auto _ : state) {
         std::size_t before = heapInUse();
-        std::vector<WText> lines = splitScript();
+        std::vector<WString> lines = splitScript();
         std::size_t after = heapInUse();
         state.counters["bytes_per_char"] = double(after - before) / double(text.size());
     }
@@ -298,8 +298,8 @@ void Document_Type(benchmark::State& state, int row)
 
 void Vector_Type(benchmark::State& state, int row)
 {
-    static std::vector<WText> lines = splitScript();
-    WText& target = lines[std::size_t(row)];
+    static std::vector<WString> lines = splitScript();
+    WString& target = lines[std::size_t(row)];
     std::size_t col = target.size() / 2;
     for (auto _ : state) {
         for (int i = 0; i < kTyped; ++i)
@@ -345,7 +345,7 @@ void Document_Fold(benchmark::State& state)
 
 void Vector_Fold(benchmark::State& state)
 {
-    std::vector<WText> base = splitScript();
+    std::vector<WString> base = splitScript();
     for (auto _ : state) {
         state.PauseTiming();
         FoldedVector v;
@@ -384,7 +384,7 @@ void Vector_LineToRow(benchmark::State& state)
     for (auto _ : state) {
         long sum = 0;
         for (int line : lines) {
-            const WText* text = nullptr;
+            const WString* text = nullptr;
             sum += v.rowOfLine(line, text) + long(text->size());
         }
         benchmark::DoNotOptimize(sum);

@@ -2,6 +2,7 @@
 // parses formats and parses back to the same date and text; also the canonical text, the
 // streams and raw 16-byte images.
 #include <vexapi/values/qvarn.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -21,9 +22,9 @@ void check(bool ok)
         std::abort();
 }
 
-std::basic_string<WChar> widen(const char* s, std::size_t n)
+WString widen(const char* s, std::size_t n)
 {
-    std::basic_string<WChar> w;
+    WString w;
     for (std::size_t i = 0; i < n; ++i)
         w.push_back(WChar(static_cast<unsigned char>(s[i])));
     return w;
@@ -81,8 +82,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         OrvDate d;
         rc = STRTOTICKF(text, format.c_str(), &d, len);
         check(rc == QV_OK || rc == QV_ESYNTAX || rc == QV_ERANGE);
-        std::basic_string<WChar> wformat = widen(format.data(), format.size());
-        std::basic_string<WChar> wtext = widen(text, std::size_t(len));
+        WString wformat = widen(format.data(), format.size());
+        WString wtext = widen(text, std::size_t(len));
         OrvDate w;
         check(STRTOTICKF(wtext.data(), wformat.c_str(), &w, len) == rc);
         if (rc == QV_OK) {

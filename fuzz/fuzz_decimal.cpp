@@ -2,6 +2,7 @@
 // prints and parses back to the same value and text, through the routines and the streams;
 // also drives arithmetic and the printers with raw 16-byte images.
 #include <vexapi/values/qvarn.h>
+#include <vexapi/core/wstring.h>
 
 #include <cmath>
 #include <cstddef>
@@ -76,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     int rc = STRTODEC(text, &a, int(size));
     check(rc == QV_OK || rc == QV_ESYNTAX || rc == QV_ERANGE);
 
-    std::basic_string<WChar> wide;
+    WString wide;
     for (std::size_t i = 0; i < size; ++i)
         wide.push_back(WChar(data[i]));
     OrvDec w;

@@ -1,6 +1,7 @@
 // Runs the SQL text helpers on arbitrary 16-bit text: no crash, the keyword search stays in
 // its text, and the spliced select keeps the input's text in order with the addition in it.
 #include <vexapi/orvcpp/sqltext.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -10,7 +11,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WString;
 
 WString ascii(const char* s)
 {

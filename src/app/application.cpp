@@ -19,16 +19,18 @@ unsigned char s_asyncComplete = 0;
 
 } // namespace
 
-namespace AppDetail {
+namespace VexAPI {
+namespace detail {
 // Forgets the cached savable folder of getSavableFile (applicationpaths.cpp): it belongs to
 // the application whose virtual getSavablePath produced it.
 void resetSavableFileCache();
-} // namespace AppDetail
+} // namespace detail
+} // namespace VexAPI
 
 Application::Application() : m_tmpFileNames(50, 50)
 {
     s_app = this;
-    AppDetail::resetSavableFileCache();
+    VexAPI::detail::resetSavableFileCache();
 }
 
 Application::~Application()
@@ -36,7 +38,7 @@ Application::~Application()
     clearTmpFileNames(true);
     if (s_app == this) {
         s_app = nullptr;
-        AppDetail::resetSavableFileCache();
+        VexAPI::detail::resetSavableFileCache();
     }
 }
 

@@ -1,6 +1,7 @@
 // Application: the program's folder, the savable folder and file, folders, temporary files
 // and the table of temporary names.
 #include <vexapi/app/application.h>
+#include <vexapi/core/wstring.h>
 
 #include "platform_services.h"
 
@@ -11,7 +12,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
 std::size_t textLength(const WChar* s)
 {
@@ -41,7 +41,7 @@ WChar* copyText(const WChar* s)
 }
 
 // Copies at most size - 1 characters of `text` and a terminator; gives the whole length.
-int copyOut(const WText& text, WChar* buffer, int size)
+int copyOut(const WString& text, WChar* buffer, int size)
 {
     if (buffer && size > 0) {
         std::size_t n = text.size() < std::size_t(size - 1) ? text.size() : std::size_t(size - 1);
@@ -51,7 +51,7 @@ int copyOut(const WText& text, WChar* buffer, int size)
     return int(text.size());
 }
 
-void appendAscii(WText& text, const char* ascii)
+void appendAscii(WString& text, const char* ascii)
 {
     while (*ascii)
         text += WChar(static_cast<unsigned char>(*ascii++));
@@ -73,12 +73,14 @@ const int TempCounterLimit = 1000000000;
 
 } // namespace
 
-namespace AppDetail {
+namespace VexAPI {
+namespace detail {
 void resetSavableFileCache()
 {
     s_savableLength = 0;
 }
-} // namespace AppDetail
+} // namespace detail
+} // namespace VexAPI
 
 int Application::getExecutablePath(WChar* buffer, int size)
 {
@@ -90,7 +92,7 @@ int Application::getExecutablePath(WChar* buffer, int size)
     for (int i = 0; i < length; ++i)
         if (isPathSep(program[std::size_t(i)]))
             cut = i;
-    return copyOut(WText(program.data(), std::size_t(cut)), buffer, size);
+    return copyOut(WString(program.data(), std::size_t(cut)), buffer, size);
 }
 
 int Application::getSavablePath(WChar* buffer, int size, const WChar* subDir)
@@ -104,7 +106,7 @@ int Application::getSavablePath(WChar* buffer, int size, const WChar* subDir)
 
     // The path is built apart and copied out at the end, bounded by `size`, so that a
     // short buffer is never overrun; the length given is the whole path's.
-    WText path(folder.data(), std::size_t(length));
+    WString path(folder.data(), std::size_t(length));
     path += pathSep();
     appendAscii(path, "ORVANE_GUI_CFG");
     // Folder creation answers only zero or non-zero, so neither fallback to the program's
@@ -148,7 +150,7 @@ bool Application::createDirectory(const WChar* base, const WChar* path)
 {
     if (!base || !*base || !path || !*path || !isPathAbsolute(base))
         return false;
-    WText buffer(base);
+    WString buffer(base);
     if (!isPathSep(buffer.back()))
         buffer += pathSep();
     if (buffer.size() + textLength(path) >= SavableBufferSize)

@@ -2,6 +2,7 @@
 #include <vexapi/app/mainentry.h>
 
 #include <vexapi/app/application.h>
+#include <vexapi/core/wstring.h>
 #include "platform_services.h"
 #include "platform_mainqueue.h"
 
@@ -27,7 +28,7 @@ int PerformMainEntry(int argc, WChar** argv)
     if (EntryHooks::setFontSubstitutionFile) {
         std::vector<WChar> folder(std::size_t(AppPlatform::maxPath()), 0);
         Application::getExecutablePath(folder.data(), int(folder.size()));
-        std::basic_string<WChar> fonts(folder.data());
+        WString fonts(folder.data());
         fonts += Application::pathSep();
         fonts += WSTR("fonts.sub");
         EntryHooks::setFontSubstitutionFile(fonts.c_str());

@@ -7,6 +7,7 @@
 #include <vexapi/core/vexassert.h>
 #include <vexapi/core/wformat.h>
 #include <vexapi/core/wtext.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstdarg>
 #include <string>
@@ -50,7 +51,7 @@ aCString::aCString(aCString&& other) noexcept : data(other.data), length(other.l
 
 aCString::aCString(const char* text) : data(nullptr), length(0)
 {
-    const std::basic_string<WChar> wide = PlatformText::widen(text, -1);
+    const WString wide = PlatformText::widen(text, -1);
     B::assign(data, length, wide.data(), wide.size());
 }
 
@@ -86,7 +87,7 @@ aCString& aCString::operator=(const WChar* text)
 
 aCString& aCString::operator=(const char* text)
 {
-    const std::basic_string<WChar> wide = PlatformText::widen(text, -1);
+    const WString wide = PlatformText::widen(text, -1);
     B::assign(data, length, wide.data(), wide.size());
     return *this;
 }
@@ -105,7 +106,7 @@ aCString& aCString::operator+=(const WChar* text)
 
 aCString& aCString::operator+=(const char* text)
 {
-    const std::basic_string<WChar> wide = PlatformText::widen(text, -1);
+    const WString wide = PlatformText::widen(text, -1);
     B::append(data, length, wide.data(), wide.size());
     return *this;
 }

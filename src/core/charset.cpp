@@ -2,6 +2,7 @@
 // contract (limits, termination, replacement) and the Unicode encodings live here; a
 // single-byte code page's byte table comes from the platform folder.
 #include <vexapi/core/charset.h>
+#include <vexapi/core/wstring.h>
 
 #include "platform_charset.h"
 
@@ -565,12 +566,12 @@ std::string utf8FromWide(const WChar* text, int n)
     return out;
 }
 
-std::basic_string<WChar> wideFromUtf8(const char* text, int n)
+WString wideFromUtf8(const char* text, int n)
 {
     const int need = mbs2wcs(nullptr, text, "UTF-8", 0, n);
     if (need <= 0)
-        return std::basic_string<WChar>();
-    std::basic_string<WChar> out(std::size_t(need) + 1, WChar(0));
+        return WString();
+    WString out(std::size_t(need) + 1, WChar(0));
     out.resize(std::size_t(mbs2wcs(&out[0], text, "UTF-8", need + 1, n)));
     return out;
 }

@@ -152,7 +152,8 @@ void Object::removeSubscriber(Object* recipient)
 
 // ---- subscribe / unsubscribe / send ----
 
-namespace VexDetail {
+namespace VexAPI {
+namespace detail {
 
 void subscribeEntry(Object* sender, const PMF& signal, void* recipient, Object* recipientObject,
                     const PMF& slot, SlotCaller caller, unsigned short priority)
@@ -195,4 +196,5 @@ void unsubscribeEntry(Object* sender, const PMF& signal, void* recipient, const 
     list->remove(entry);
 }
 
-} // namespace VexDetail
+} // namespace detail
+} // namespace VexAPI

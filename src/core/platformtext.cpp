@@ -2,6 +2,7 @@
 #include "platformtext.h"
 
 #include <vexapi/core/charset.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstring>
 
@@ -14,21 +15,21 @@ const char* charset()
     return findCharset(name) ? name : "UTF-8";
 }
 
-std::basic_string<WChar> widen(const char* text, int n)
+WString widen(const char* text, int n)
 {
     if (!text)
-        return std::basic_string<WChar>();
+        return WString();
     if (n < 0)
         n = static_cast<int>(std::strlen(text));
     // A count of 0 would mean "to the terminator" to the conversion: the empty text stops
     // here.
     if (n == 0)
-        return std::basic_string<WChar>();
+        return WString();
     const char* cs = charset();
     const int need = mbs2wcs(nullptr, text, cs, 0, n);
     if (need <= 0)
-        return std::basic_string<WChar>();
-    std::basic_string<WChar> out(static_cast<size_t>(need) + 1, WChar(0));
+        return WString();
+    WString out(static_cast<size_t>(need) + 1, WChar(0));
     const int got = mbs2wcs(&out[0], text, cs, need + 1, n);
     out.resize(got > 0 ? static_cast<size_t>(got) : 0);
     return out;

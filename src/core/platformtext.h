@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexapi/core/types.h>
+#include <vexapi/core/wstring.h>
 
 #include <string>
 
@@ -14,7 +15,7 @@ namespace PlatformText {
 const char* charset();
 
 // `n` bytes of platform text (to the terminator when n < 0; null is empty) as 16-bit text.
-std::basic_string<WChar> widen(const char* text, int n);
+WString widen(const char* text, int n);
 
 // `n` units of 16-bit text (to the terminator when n < 0; null is empty) as platform
 // text; a character the charset lacks becomes '?'.

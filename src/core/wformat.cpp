@@ -4,6 +4,7 @@
 
 #include "platformtext.h"
 #include <vexapi/core/wtext.h>
+#include <vexapi/core/wstring.h>
 
 #include <climits>
 #include <cstddef>
@@ -335,7 +336,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
             WChar unit[2] = {WChar(v), 0};
             if (s.conv == 'C' || s.length == LenH) {
                 const char byte = static_cast<char>(v);
-                const std::basic_string<WChar> w = VexAPI::PlatformText::widen(&byte, 1);
+                const WString w = VexAPI::PlatformText::widen(&byte, 1);
                 unit[0] = w.empty() ? WChar(0) : w[0];
             }
             Directive t = s;
@@ -356,7 +357,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
                 if (!narrowText) {
                     putText(out, s, nullptr);
                 } else {
-                    const std::basic_string<WChar> w =
+                    const WString w =
                         VexAPI::PlatformText::widen(narrowText, -1);
                     putText(out, s, w.c_str());
                 }

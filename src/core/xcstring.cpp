@@ -6,6 +6,7 @@
 #include "cstringbuffer.h"
 #include "platformtext.h"
 #include <vexapi/core/vexassert.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -321,7 +322,7 @@ void convertACtoXC(VexAPI::xCString& to, const VexAPI::aCString& from)
 
 void convertXCtoAC(VexAPI::aCString& to, const VexAPI::xCString& from)
 {
-    const std::basic_string<WChar> wide =
+    const WString wide =
         VexAPI::PlatformText::widen(from.data, static_cast<int>(from.length));
     VexAPI::CStringBuffer::assign(to.data, to.length, wide.data(), wide.size());
 }

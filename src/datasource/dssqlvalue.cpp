@@ -4,6 +4,7 @@
 #include <vexapi/core/wtext.h>
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstring>
 #include <locale>
@@ -27,7 +28,7 @@ T load(const void* p)
 
 void putAscii(SQLStream& os, const char* text, std::size_t len)
 {
-    std::basic_string<WChar> w(len, WChar(0));
+    WString w(len, WChar(0));
     for (std::size_t i = 0; i < len; ++i)
         w[i] = WChar(static_cast<unsigned char>(text[i]));
     os.write(w.data(), std::streamsize(w.size()));

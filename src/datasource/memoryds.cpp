@@ -13,7 +13,7 @@ namespace DataSourceAPI {
 
 using DataRepresentationWithNulls::DSValue;
 
-using MemoryDSDetail::valueLength;
+using detail::valueLength;
 
 namespace {
 

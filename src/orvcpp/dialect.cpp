@@ -5,6 +5,7 @@
 #include "sqltokens.h"
 
 #include <vexapi/core/charset.h>
+#include <vexapi/core/wstring.h>
 
 #include <algorithm>
 #include <cctype>
@@ -597,7 +598,7 @@ bool wideHexToUtf8(const std::string& digits, std::string& out)
 {
     if (digits.size() % 4 != 0 || !isHexDigits(digits))
         return false;
-    std::basic_string<WChar> units;
+    WString units;
     for (std::size_t i = 0; i < digits.size(); i += 4)
         units += WChar(std::stoul(digits.substr(i, 4), nullptr, 16));
     const int need = wcs2mbs(nullptr, units.c_str(), "UTF-8", 0, int(units.size()));

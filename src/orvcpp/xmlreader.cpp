@@ -1,6 +1,7 @@
 // XMLFILEReaderA: reads an XML file with pugixml and turns its top-level elements into
 // XMLElementA trees.
 #include <vexapi/orvcpp/xmlutils.h>
+#include <vexapi/core/wstring.h>
 
 #include <pugixml.hpp>
 
@@ -140,7 +141,7 @@ void XMLFILEReaderA::create(const WChar* path)
         throw XMLException("No file name given for reading XML");
     std::filesystem::path file;
     try {
-        file = std::filesystem::path(std::basic_string<WChar>(path));
+        file = std::filesystem::path(WString(path));
     } catch (const std::exception&) {
         throw XMLException("Invalid file name for reading XML");
     }

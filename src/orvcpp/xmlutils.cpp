@@ -4,6 +4,7 @@
 
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wcharstring.h>
+#include <vexapi/core/wstring.h>
 
 #include <cerrno>
 #include <climits>
@@ -150,7 +151,7 @@ int XMLNameValueA::toRString(WChar* buffer, int size, XMLEncoding) const
 
 int XMLNameValueA::toRString(WCharString& out, XMLEncoding encoding) const
 {
-    std::basic_string<WChar> text(std::size_t(toRString(nullptr, 0, encoding)) + 1, WChar(0));
+    WString text(std::size_t(toRString(nullptr, 0, encoding)) + 1, WChar(0));
     toRString(&text[0], int(text.size()), encoding);
     out = WCharString(text.c_str(), int(text.size()) - 1);
     return int(text.size()) - 1;

@@ -1,6 +1,7 @@
 // XMLFILEWriterA: turns XMLElementA trees into a pugixml document and replaces the file with
 // it through a temporary file.
 #include <vexapi/orvcpp/xmlutils.h>
+#include <vexapi/core/wstring.h>
 
 #include <pugixml.hpp>
 
@@ -119,7 +120,7 @@ void XMLFILEWriterA::create(const WChar* path, XMLEncoding encoding)
         throw XMLException("No file name given for writing XML");
     Impl* impl = new Impl;
     try {
-        impl->file = std::filesystem::path(std::basic_string<WChar>(path));
+        impl->file = std::filesystem::path(WString(path));
         impl->temporary = impl->file;
         impl->temporary += ".tmp";
     } catch (const std::exception&) {

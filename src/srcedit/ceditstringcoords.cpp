@@ -4,6 +4,7 @@
 
 #include <vexapi/srcedit/cbookmarklookup.h>
 #include <vexapi/srcedit/ceditstringarray.h>
+#include <vexapi/core/wstring.h>
 #include "cexpansionsink.h"
 #include "edittext.h"
 
@@ -126,7 +127,7 @@ public:
         value.append(text, std::size_t(n));
         return true;
     }
-    std::basic_string<WChar> value;
+    WString value;
 };
 
 } // namespace

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <vexapi/core/types.h>
+#include <vexapi/core/wstring.h>
 
 #include <string>
 #include <vector>
 
-typedef std::basic_string<WChar> WString;
 
 struct ProgramRun {
     bool started = false;

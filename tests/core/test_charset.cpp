@@ -2,6 +2,7 @@
 // limits, termination and replacement rules; getStdCharset; the server text conversions.
 #include <vexapi/core/charset.h>
 #include <vexapi/core/servertext.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
 // "cf f0 e8" -> the three bytes.
 std::string hex(const char* text)
@@ -34,7 +34,7 @@ std::string hex(const char* text)
     return out;
 }
 
-std::string toBytes(const WText& text, const char* charset)
+std::string toBytes(const WString& text, const char* charset)
 {
     const int need = wcs2mbs(nullptr, text.c_str(), charset, 0, int(text.size()));
     if (need < 0)
@@ -46,15 +46,15 @@ std::string toBytes(const WText& text, const char* charset)
     return out;
 }
 
-WText toText(const std::string& bytes, const char* charset)
+WString toText(const std::string& bytes, const char* charset)
 {
     // A length of 0 would mean "to the terminator", which for UTF-16 is two zero bytes.
     if (bytes.empty())
-        return WText();
+        return WString();
     const int need = mbs2wcs(nullptr, bytes.data(), charset, 0, int(bytes.size()));
     if (need < 0)
         return WSTR("<error>");
-    WText out(size_t(need) + 1, WChar(0x7f));
+    WString out(size_t(need) + 1, WChar(0x7f));
     const int n = mbs2wcs(&out[0], bytes.data(), charset, need + 1, int(bytes.size()));
     EXPECT_EQ(n, need) << charset;
     out.resize(size_t(n));
@@ -66,7 +66,7 @@ WText toText(const std::string& bytes, const char* charset)
 // First in the suite, so that its threads race for the first use of each code page's table.
 TEST(CharsetTable, ConcurrentFirstUseBuildsEachTableOnce)
 {
-    const WText text = WSTR("Съешь же ещё этих мягких французских булок");
+    const WString text = WSTR("Съешь же ещё этих мягких французских булок");
     std::vector<std::string> pages;
     for (int i = 0; i < charsetCount(); ++i)
         pages.push_back(charsetAt(i)->name);
@@ -147,7 +147,7 @@ TEST(CharsetTable, StdCharsetIsTheCanonicalNameOfAKnownCharset)
     WChar back[8];
     ASSERT_EQ(wcs2mbs(bytes, WSTR("Ok"), name, 8, -1), 2);
     ASSERT_EQ(mbs2wcs(back, bytes, name, 8, -1), 2);
-    EXPECT_EQ(WText(back), WText(WSTR("Ok")));
+    EXPECT_EQ(WString(back), WString(WSTR("Ok")));
 }
 
 // ---- Normal text in each charset ----
@@ -192,7 +192,7 @@ TEST(CharsetConversion, SampleTextOfEveryCharsetBothWays)
         SCOPED_TRACE(s.charset);
         covered.insert(findCharset(s.charset)->name);
         EXPECT_EQ(toBytes(s.text, s.charset), hex(s.bytes));
-        EXPECT_EQ(toText(hex(s.bytes), s.charset), WText(s.text));
+        EXPECT_EQ(toText(hex(s.bytes), s.charset), WString(s.text));
     }
     EXPECT_EQ(int(covered.size()), charsetCount()) << "a charset of the table has no sample";
 }
@@ -279,7 +279,7 @@ TEST(CharsetConversion, EveryByteOfEachCodePageDecodesAndRoundTrips)
         std::string all;
         for (int b = 1; b < 256; ++b)
             all += char(b);
-        const WText text = toText(all, page.charset);
+        const WString text = toText(all, page.charset);
         ASSERT_EQ(text.size(), 255u);
         std::string expected = all;
         for (char& c : expected)
@@ -298,12 +298,12 @@ TEST(CharsetConversion, EveryByteOfEachCodePageDecodesAndRoundTrips)
 TEST(CharsetConversion, AgreedBytesWherePlatformsDiffer)
 {
     // Bytes where Windows and iconv disagree; the library answers the same on both.
-    EXPECT_EQ(toText(hex("ae be"), "KOI8-U"), WText(WSTR("\x255D\x256C")));
-    EXPECT_EQ(toText(hex("ca"), "CP1255"), WText(WSTR("\x05BA")));
-    EXPECT_EQ(toText(hex("98"), "CP1251"), WText(WSTR("\xFFFD")));
+    EXPECT_EQ(toText(hex("ae be"), "KOI8-U"), WString(WSTR("\x255D\x256C")));
+    EXPECT_EQ(toText(hex("ca"), "CP1255"), WString(WSTR("\x05BA")));
+    EXPECT_EQ(toText(hex("98"), "CP1251"), WString(WSTR("\xFFFD")));
     EXPECT_EQ(toBytes(WSTR("\x0098"), "CP1251"), "?");
-    EXPECT_EQ(toText(hex("aa"), "CP1253"), WText(WSTR("\xFFFD")));
-    EXPECT_EQ(toText(hex("e9"), "US-ASCII"), WText(WSTR("\xFFFD")));
+    EXPECT_EQ(toText(hex("aa"), "CP1253"), WString(WSTR("\xFFFD")));
+    EXPECT_EQ(toText(hex("e9"), "US-ASCII"), WString(WSTR("\xFFFD")));
 }
 
 // ---- Limits and termination ----
@@ -323,7 +323,7 @@ const LimitCase kLimitCases[] = {
 };
 
 // Prefix sizes, in target units, of each whole character of `text` in `charset`.
-std::vector<int> boundaries(const WText& text, const char* charset)
+std::vector<int> boundaries(const WString& text, const char* charset)
 {
     std::vector<int> ends{0};
     size_t i = 0;
@@ -339,7 +339,7 @@ TEST(CharsetConversion, WideToBytesNeverWritesPastTheLimitAndAlwaysTerminates)
 {
     for (const LimitCase& c : kLimitCases) {
         SCOPED_TRACE(c.charset);
-        const WText text = c.text;
+        const WString text = c.text;
         const std::vector<int> ends = boundaries(text, c.charset);
         const int full = ends.back();
         const int term = findCharset(c.charset)->kind == CharsetUtf16LE ||
@@ -368,7 +368,7 @@ TEST(CharsetConversion, WideToBytesNeverWritesPastTheLimitAndAlwaysTerminates)
 TEST(CharsetConversion, BytesToWideNeverWritesPastTheLimitNorSplitsAPair)
 {
     const std::string utf8 = hex("61 f0 9f 98 80 d0 96 62"); // a, U+1F600, Ж, b
-    const WText full = WSTR("a\xD83D\xDE00Жb");
+    const WString full = WSTR("a\xD83D\xDE00Жb");
     const int expectedAt[] = {0, 0, 1, 1, 3, 4, 5, 5};  // by dstLen 0..7
     for (int dstLen = 0; dstLen < 8; ++dstLen) {
         SCOPED_TRACE(dstLen);
@@ -380,7 +380,7 @@ TEST(CharsetConversion, BytesToWideNeverWritesPastTheLimitNorSplitsAPair)
         }
         for (size_t i = size_t(dstLen); i < buf.size(); ++i)
             ASSERT_EQ(buf[i], 0x5a5a) << "written past the limit at " << i;
-        EXPECT_EQ(WText(buf.data(), size_t(n)), full.substr(0, size_t(n)));
+        EXPECT_EQ(WString(buf.data(), size_t(n)), full.substr(0, size_t(n)));
     }
 }
 
@@ -406,7 +406,7 @@ TEST(CharsetConversion, SourceLengthCountsUnitsAndStopsAtAZero)
     WChar out[16];
     // A counted prefix.
     EXPECT_EQ(mbs2wcs(out, "abcdef", "UTF-8", 16, 3), 3);
-    EXPECT_EQ(WText(out), WText(WSTR("abc")));
+    EXPECT_EQ(WString(out), WString(WSTR("abc")));
     // 0 and negative lengths read to the terminator.
     for (int srcLen : {0, -1, -100}) {
         EXPECT_EQ(mbs2wcs(out, "abcdef", "CP1251", 16, srcLen), 6) << srcLen;
@@ -433,7 +433,7 @@ TEST(CharsetConversion, SourceLengthCountsUnitsAndStopsAtAZero)
 
 TEST(CharsetConversion, NullDestinationMeasuresTheWholeConversion)
 {
-    const WText text = WSTR("Ж€\xD83D\xDE00");
+    const WString text = WSTR("Ж€\xD83D\xDE00");
     EXPECT_EQ(wcs2mbs(nullptr, text.c_str(), "UTF-8", 0, -1), 2 + 3 + 4);
     EXPECT_EQ(wcs2mbs(nullptr, text.c_str(), "UTF-16BE", 5, -1), 8);
     EXPECT_EQ(wcs2mbs(nullptr, text.c_str(), "CP1251", -1, -1), 3);
@@ -503,7 +503,7 @@ TEST(CharsetConversion, IllFormedUtf8BecomesReplacementCharacters)
         const std::string bytes = hex(m.bytes);
         WChar out[16];
         const int n = mbs2wcs(out, bytes.c_str(), "UTF-8", 16, m.counted ? int(bytes.size()) : -1);
-        EXPECT_EQ(WText(out, size_t(n > 0 ? n : 0)), WText(m.text));
+        EXPECT_EQ(WString(out, size_t(n > 0 ? n : 0)), WString(m.text));
         EXPECT_EQ(out[n], 0);
         // Recoding replaces them too: U+FFFD in UTF-8, '?' in a code page.
         char recoded[32];
@@ -515,21 +515,21 @@ TEST(CharsetConversion, IllFormedUtf8BecomesReplacementCharacters)
 
 TEST(CharsetConversion, IllFormedUtf16BytesBecomeReplacementCharacters)
 {
-    EXPECT_EQ(toText(hex("41 00 42"), "UTF-16LE"), WText(WSTR("A\xFFFD")));  // odd last byte
-    EXPECT_EQ(toText(hex("00 d8 41 00"), "UTF-16LE"), WText(WSTR("\xFFFD" "A"))); // lone high
-    EXPECT_EQ(toText(hex("dc 00 00 41"), "UTF-16BE"), WText(WSTR("\xFFFD" "A"))); // lone low
-    EXPECT_EQ(toText(hex("d8 3d"), "UTF-16BE"), WText(WSTR("\xFFFD")));           // pair cut short
+    EXPECT_EQ(toText(hex("41 00 42"), "UTF-16LE"), WString(WSTR("A\xFFFD")));  // odd last byte
+    EXPECT_EQ(toText(hex("00 d8 41 00"), "UTF-16LE"), WString(WSTR("\xFFFD" "A"))); // lone high
+    EXPECT_EQ(toText(hex("dc 00 00 41"), "UTF-16BE"), WString(WSTR("\xFFFD" "A"))); // lone low
+    EXPECT_EQ(toText(hex("d8 3d"), "UTF-16BE"), WString(WSTR("\xFFFD")));           // pair cut short
 }
 
 // ---- Surrogate pairs and random text ----
 
 TEST(CharsetConversion, SurrogatePairIsOneFourByteSequenceInUtf8)
 {
-    const WText text = WSTR("x\xD83D\xDE00y\xDBFF\xDFFF");
+    const WString text = WSTR("x\xD83D\xDE00y\xDBFF\xDFFF");
     const std::string utf8 = toBytes(text, "UTF-8");
     EXPECT_EQ(utf8, hex("78 f0 9f 98 80 79 f4 8f bf bf"));
     EXPECT_EQ(toText(utf8, "UTF-8"), text);
-    EXPECT_EQ(toText(hex("f0 90 80 80"), "UTF-8"), WText(WSTR("\xD800\xDC00")));
+    EXPECT_EQ(toText(hex("f0 90 80 80"), "UTF-8"), WString(WSTR("\xD800\xDC00")));
     // A pair split by the count of a counted source is two lone halves.
     char bytes[16];
     EXPECT_EQ(wcs2mbs(bytes, text.c_str(), "UTF-8", 16, 2), 4);
@@ -546,7 +546,7 @@ TEST(CharsetConversion, RandomTextRoundTripsThroughEveryUnicodeEncoding)
     const char* encodings[] = {"UTF-8", "UTF-16LE", "UTF-16BE"};
     for (int round = 0; round < 2000; ++round) {
         // Random units, with pairs and lone surrogates made likely.
-        WText text;
+        WString text;
         for (int i = len(rng); i > 0; --i) {
             const int k = kind(rng);
             if (k == 0) {
@@ -559,7 +559,7 @@ TEST(CharsetConversion, RandomTextRoundTripsThroughEveryUnicodeEncoding)
             }
         }
         // The model: lone surrogates become U+FFFD, everything else stays.
-        WText model;
+        WString model;
         for (size_t i = 0; i < text.size(); ++i) {
             const WChar u = text[i];
             if (u >= 0xD800 && u <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
@@ -581,7 +581,7 @@ TEST(CharsetConversion, RandomTextRoundTripsThroughEveryUnicodeEncoding)
 
 TEST(CharsetConversion, RecodesTheRussianAlphabetBetweenCodePages)
 {
-    WText alphabet;
+    WString alphabet;
     for (WChar c = 0x410; c <= 0x44F; ++c)
         alphabet += c;
     alphabet += WSTR("Ёё");
@@ -622,7 +622,7 @@ TEST(ServerText, CharToUnicodeWidensEachByteAsLatin1)
     WChar buffer[8];
     std::memcpy(buffer, "\xe9t\xe9", 4);
     EXPECT_EQ(CharToUnicode(buffer, reinterpret_cast<char*>(buffer), -1), 3);
-    EXPECT_EQ(WText(buffer), WText(WSTR("été")));
+    EXPECT_EQ(WString(buffer), WString(WSTR("été")));
     EXPECT_EQ(CharToUnicode(nullptr, "a", 1), 0);
     EXPECT_EQ(CharToUnicode(buffer, nullptr, 1), 0);
 }
@@ -633,15 +633,15 @@ TEST(ServerText, RcharConversionsSwapOnlyWhenTold)
     const WChar swapped[] = {0x4100, 0x1604, 0x3DD8, 0x00DE, 0};
     WChar out[5] = {1, 1, 1, 1, 0x5a5a};
     EXPECT_EQ(UnicodeToRCHAR(out, host, 4, true), 4);
-    EXPECT_EQ(WText(out, 4), WText(swapped, 4));
+    EXPECT_EQ(WString(out, 4), WString(swapped, 4));
     EXPECT_EQ(out[4], 0x5a5a);
     EXPECT_EQ(RCHARToUnicode(out, out, 4, true), 4) << "in place";
-    EXPECT_EQ(WText(out, 4), WText(host, 4));
+    EXPECT_EQ(WString(out, 4), WString(host, 4));
     EXPECT_EQ(RCHARToUnicode(out, host, -1, false), 4);
     EXPECT_EQ(out[4], 0) << "to the terminator, terminator copied";
-    EXPECT_EQ(WText(out), WText(host));
+    EXPECT_EQ(WString(out), WString(host));
     EXPECT_EQ(UnicodeToRCHAR(out, swapped, -1, true), 4);
-    EXPECT_EQ(WText(out), WText(host));
+    EXPECT_EQ(WString(out), WString(host));
     EXPECT_EQ(RCHARToUnicode(nullptr, host, 4, true), 0);
     EXPECT_EQ(UnicodeToRCHAR(out, nullptr, 4, true), 0);
 }

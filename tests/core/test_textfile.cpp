@@ -5,6 +5,7 @@
 #include <vexapi/core/charset.h>
 #include <vexapi/core/textfile.h>
 #include <vexapi/core/vexassert.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -21,10 +22,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
 // The model: UTF-16 text to UTF-8, for well-formed text.
-std::string utf8Of(const WText& text)
+std::string utf8Of(const WString& text)
 {
     std::string out;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -68,10 +68,10 @@ protected:
 
     fs::path path(const std::string& name) const { return m_dir / name; }
 
-    static WText wide(const fs::path& p)
+    static WString wide(const fs::path& p)
     {
         const std::u16string u = p.u16string();
-        return WText(u.begin(), u.end());
+        return WString(u.begin(), u.end());
     }
 
     void writeBytes(const std::string& name, const std::string& bytes)
@@ -135,11 +135,11 @@ TEST_F(TextFileTest, NarrowLineReads)
                   c.getlinex);
         std::rewind(f);
         // getlinew: the same lines, each byte widened into its unit.
-        std::vector<WText> wideLines =
+        std::vector<WString> wideLines =
             allLines<WChar>(f, [&](FILE* s, WChar* b) { EXPECT_EQ(getlinew(s, b, c.size), 0); });
         ASSERT_EQ(wideLines.size(), c.getline.size());
         for (size_t i = 0; i < wideLines.size(); ++i)
-            EXPECT_EQ(wideLines[i], WText(c.getline[i].begin(), c.getline[i].end()));
+            EXPECT_EQ(wideLines[i], WString(c.getline[i].begin(), c.getline[i].end()));
         std::fclose(f);
     }
 
@@ -147,14 +147,14 @@ TEST_F(TextFileTest, NarrowLineReads)
     FILE* f = open("latin.txt", "rb");
     WChar buf[8];
     EXPECT_EQ(getlinew(f, buf, 8), 0);
-    EXPECT_EQ(WText(buf), WText(WSTR("\u00e9t\u00e9")));
+    EXPECT_EQ(WString(buf), WString(WSTR("\u00e9t\u00e9")));
     std::fclose(f);
 }
 
 // Fault cases sit together: a missing file, null arguments, and sizes too small to use.
 TEST_F(TextFileTest, MissingFileAndBadArguments)
 {
-    const WText missing = wide(path("no such file.txt"));
+    const WString missing = wide(path("no such file.txt"));
     EXPECT_FALSE(fileExists(missing.c_str()));
     FILE* none = wfopen(missing.c_str(), "rb");
     EXPECT_EQ(none, nullptr);
@@ -198,7 +198,7 @@ TEST_F(TextFileTest, FileNamesOutsideAscii)
         std::ofstream out(name, std::ios::binary);
         out << "x";
     }
-    const WText wideName = wide(name);
+    const WString wideName = wide(name);
     EXPECT_TRUE(fileExists(wideName.c_str()));
     FILE* f = wfopen((wide(m_dir) + WSTR("/new \u00e9.txt")).c_str(), "wb");
     ASSERT_NE(f, nullptr);
@@ -240,13 +240,13 @@ TEST_F(TextFileTest, ByteOrderMark)
 TEST_F(TextFileTest, Ucs2LinesInBothByteOrders)
 {
     const WChar pair[] = {'x', 0xD83D, 0xDE00, 0};
-    const std::vector<WText> lines = {WSTR("first"), WSTR(""), WSTR("Ключ = \u65e5"), pair};
+    const std::vector<WString> lines = {WSTR("first"), WSTR(""), WSTR("Ключ = \u65e5"), pair};
 
     // writelnUCS2 writes little-endian units and a line feed unit.
     FILE* f = open("le.txt", "wb");
     ASSERT_NE(f, nullptr);
     std::fwrite("\xFF\xFE", 1, 2, f);
-    for (const WText& line : lines)
+    for (const WString& line : lines)
         EXPECT_EQ(writelnUCS2(f, line.c_str()), int(line.size()) + 1);
     std::fclose(f);
     const std::string bytes = readBytes("le.txt");
@@ -257,10 +257,10 @@ TEST_F(TextFileTest, Ucs2LinesInBothByteOrders)
     bool backward = true;
     ASSERT_EQ(isBackward(f, &backward), 0);
     EXPECT_FALSE(backward);
-    for (const WText& line : lines) {
+    for (const WString& line : lines) {
         WChar buf[64];
         EXPECT_EQ(getlinexUCS2(f, buf, 64, '\n', backward), int(line.size()));
-        EXPECT_EQ(WText(buf), line);
+        EXPECT_EQ(WString(buf), line);
     }
     WChar buf[64];
     EXPECT_EQ(getlinexUCS2(f, buf, 64, '\n', backward), 0);
@@ -274,21 +274,21 @@ TEST_F(TextFileTest, Ucs2LinesInBothByteOrders)
     ASSERT_EQ(isBackward(f, &backward), 0);
     EXPECT_TRUE(backward);
     EXPECT_EQ(getlinexUCS2(f, buf, 64, '\n', backward), 4);
-    EXPECT_EQ(WText(buf), WText(WSTR("AB\n\u0416")));
+    EXPECT_EQ(WString(buf), WString(WSTR("AB\n\u0416")));
     EXPECT_EQ(getlinexUCS2(f, buf, 64, '\n', backward), 1);
-    EXPECT_EQ(WText(buf), WText(WSTR("C")));
+    EXPECT_EQ(WString(buf), WString(WSTR("C")));
     std::fclose(f);
 
     // The limit leaves the rest for the next read; a half unit at the end is dropped.
     writeBytes("odd.txt", std::string("A\0B\0C\0D\0E\0\n\0F\0G", 15));
     f = open("odd.txt", "rb");
-    std::vector<WText> got;
+    std::vector<WString> got;
     while (!std::feof(f)) {
         EXPECT_GE(getlinexUCS2(f, buf, 3, '\n', false), 0);
         got.push_back(buf);
     }
     std::fclose(f);
-    EXPECT_EQ(got, (std::vector<WText>{WSTR("AB"), WSTR("CD"), WSTR("E"), WSTR("F")}));
+    EXPECT_EQ(got, (std::vector<WString>{WSTR("AB"), WSTR("CD"), WSTR("E"), WSTR("F")}));
 }
 
 // Random 16-bit text, surrogate pairs included, through UTF-8 files and back.
@@ -301,9 +301,9 @@ TEST_F(TextFileTest, RandomTextThroughUtf8)
         const auto& r = ranges[rng() % 5];
         return WChar(r[0] + rng() % (r[1] - r[0] + 1));
     };
-    std::vector<WText> lines;
+    std::vector<WString> lines;
     for (int i = 0; i < 200; ++i) {
-        WText line;
+        WString line;
         const int length = int(rng() % 40);
         for (int j = 0; j < length; ++j) {
             if (rng() % 6 == 0) {
@@ -320,7 +320,7 @@ TEST_F(TextFileTest, RandomTextThroughUtf8)
     FILE* f = open("random.txt", "wb");
     ASSERT_NE(f, nullptr);
     std::string expected;
-    for (const WText& line : lines) {
+    for (const WString& line : lines) {
         const std::string utf8 = utf8Of(line);
         EXPECT_EQ(writeln(f, line.c_str()), int(utf8.size()) + 1);
         expected += utf8 + "\n";
@@ -329,10 +329,10 @@ TEST_F(TextFileTest, RandomTextThroughUtf8)
     EXPECT_EQ(readBytes("random.txt"), expected);
 
     f = open("random.txt", "rb");
-    for (const WText& line : lines) {
+    for (const WString& line : lines) {
         WChar buf[256];
         ASSERT_EQ(readln(f, buf, 256), int(line.size()));
-        ASSERT_EQ(WText(buf), line);
+        ASSERT_EQ(WString(buf), line);
     }
     WChar buf[256];
     EXPECT_EQ(readln(f, buf, 256), 0);
@@ -342,7 +342,7 @@ TEST_F(TextFileTest, RandomTextThroughUtf8)
     // writeUTF8 without line ends: the concatenation.
     f = open("joined.txt", "wb");
     std::string joined;
-    for (const WText& line : lines) {
+    for (const WString& line : lines) {
         EXPECT_EQ(writeUTF8(f, line.c_str()), int(utf8Of(line).size()));
         joined += utf8Of(line);
     }
@@ -353,11 +353,11 @@ TEST_F(TextFileTest, RandomTextThroughUtf8)
     // line follows on the next reads. Model: greedy by characters over 5 bytes of room; a
     // read that filled the room exactly at the line's end leaves the line feed to the next
     // read, which gives an empty text.
-    std::vector<WText> expectedReads;
-    for (const WText& line : lines) {
+    std::vector<WString> expectedReads;
+    for (const WString& line : lines) {
         size_t i = 0;
         for (;;) {
-            WText chunk;
+            WString chunk;
             size_t taken = 0;
             while (i < line.size()) {
                 const size_t units = (line[i] >= 0xD800 && line[i] <= 0xDBFF) ? 2 : 1;
@@ -371,17 +371,17 @@ TEST_F(TextFileTest, RandomTextThroughUtf8)
             expectedReads.push_back(chunk);
             if (i == line.size()) {
                 if (taken == 5)
-                    expectedReads.push_back(WText());
+                    expectedReads.push_back(WString());
                 break;
             }
         }
     }
     f = open("random.txt", "rb");
-    std::vector<WText> reads;
+    std::vector<WString> reads;
     for (size_t k = 0; k < expectedReads.size(); ++k) {
         WChar small[6];
         const int n = readln(f, small, 6);
-        ASSERT_EQ(n, int(WText(small).size()));
+        ASSERT_EQ(n, int(WString(small).size()));
         reads.push_back(small);
     }
     EXPECT_EQ(reads, expectedReads);
@@ -396,7 +396,7 @@ TEST_F(TextFileTest, ReadlnLines)
     struct Case {
         std::string content;
         int size;
-        std::vector<WText> lines; // read until end of file
+        std::vector<WString> lines; // read until end of file
     } cases[] = {
         {"ab\r\ncd\r\n", 64, {WSTR("ab"), WSTR("cd"), WSTR("")}},
         {"\r\r x\n", 64, {WSTR(" x"), WSTR("")}},
@@ -413,11 +413,11 @@ TEST_F(TextFileTest, ReadlnLines)
         writeBytes("in.txt", c.content);
         FILE* f = open("in.txt", "rb");
         ASSERT_NE(f, nullptr);
-        std::vector<WText> got;
+        std::vector<WString> got;
         while (!std::feof(f) && got.size() < 10) {
             WChar buf[64];
             const int n = readln(f, buf, c.size);
-            EXPECT_EQ(n, int(WText(buf).size()));
+            EXPECT_EQ(n, int(WString(buf).size()));
             got.push_back(buf);
         }
         std::fclose(f);
@@ -461,7 +461,7 @@ TEST_F(TextFileTest, Utf8FromPlatformText)
     FILE* f = open("narrow.txt", "wb");
     writeUTF8(f, "caf\xE9", 4, false);
     std::fclose(f);
-    EXPECT_EQ(readBytes("narrow.txt"), "caf" + utf8Of(WText(1, decoded[0])));
+    EXPECT_EQ(readBytes("narrow.txt"), "caf" + utf8Of(WString(1, decoded[0])));
 
     // writeUTF8 of 16-bit text with a small buffer: cut before a character that does not fit.
     struct Cut {

@@ -2,6 +2,7 @@
 // positions on and around ';'), positions, line counts, low-byte case mapping, getdir,
 // findParam and addExtention, with guards past the buffers they are given.
 #include <vexapi/core/textfuncs.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
 TEST(TextFuncs, Trimming)
 {
@@ -33,13 +33,13 @@ TEST(TextFuncs, Trimming)
         EXPECT_STREQ(strrtrim(r.data()), c.rtrim);
         EXPECT_STREQ(strltrim(l.data()), c.ltrim);
         EXPECT_STREQ(strtosym(s.data()), c.sym);
-        WText w;
+        WString w;
         for (const char* p = c.text; *p; ++p)
             w += WChar(static_cast<unsigned char>(*p));
-        WText wr;
+        WString wr;
         for (const char* p = c.rtrim; *p; ++p)
             wr += WChar(static_cast<unsigned char>(*p));
-        EXPECT_EQ(WText(_tcsrtrim(&w[0])), wr);
+        EXPECT_EQ(WString(_tcsrtrim(&w[0])), wr);
     }
     EXPECT_EQ(strrtrim(nullptr), nullptr);
     EXPECT_EQ(strltrim(nullptr), nullptr);
@@ -150,7 +150,7 @@ TEST(TextFuncs, StatementBorders)
 
 TEST(TextFuncs, PositionsAndLines)
 {
-    const WText text = WSTR("ab\ncd\r\nef");
+    const WString text = WSTR("ab\ncd\r\nef");
     struct Case {
         int line, column, pos;
     } cases[] = {{1, 0, 0}, {1, 2, 2}, {2, 0, 3}, {2, 1, 4}, {3, 1, 8},
@@ -217,7 +217,7 @@ TEST(TextFuncs, DirectoryPart)
         SCOPED_TRACE(&c - cases);
         std::vector<WChar> out(size_t(c.size) + 4, WChar('Z'));
         EXPECT_EQ(getdir(c.path, out.data(), c.size), out.data());
-        EXPECT_EQ(WText(out.data()), WText(c.dir));
+        EXPECT_EQ(WString(out.data()), WString(c.dir));
         for (size_t i = size_t(c.size); i < out.size(); ++i)
             EXPECT_EQ(out[i], 'Z');
     }
@@ -227,7 +227,7 @@ TEST(TextFuncs, DirectoryPart)
 TEST(TextFuncs, FindParam)
 {
     struct Case {
-        std::vector<WText> args;
+        std::vector<WString> args;
         const WChar* expected; // null: not found
         int argument;          // where the result points: the argument's index
     } cases[] = {
@@ -245,9 +245,9 @@ TEST(TextFuncs, FindParam)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
-        std::vector<WText> storage = c.args;
+        std::vector<WString> storage = c.args;
         std::vector<WChar*> argv;
-        for (WText& a : storage)
+        for (WString& a : storage)
             argv.push_back(&a[0]);
         const WChar* got = findParam(int(argv.size()), argv.data(), WSTR("-x"));
         if (!c.expected) {
@@ -255,7 +255,7 @@ TEST(TextFuncs, FindParam)
             continue;
         }
         ASSERT_NE(got, nullptr);
-        EXPECT_EQ(WText(got), WText(c.expected));
+        EXPECT_EQ(WString(got), WString(c.expected));
         const WChar* begin = storage[size_t(c.argument)].c_str();
         EXPECT_TRUE(got >= begin && got <= begin + storage[size_t(c.argument)].size());
     }
@@ -283,10 +283,10 @@ TEST(TextFuncs, AddExtension)
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         std::vector<WChar> buf(40, WChar('Z'));
-        WText name(c.name);
+        WString name(c.name);
         std::copy(name.c_str(), name.c_str() + name.size() + 1, buf.begin());
         EXPECT_EQ(addExtention(buf.data(), c.size, WSTR(".txt")), buf.data());
-        EXPECT_EQ(WText(buf.data()), WText(c.expected));
+        EXPECT_EQ(WString(buf.data()), WString(c.expected));
         const size_t guard = std::max(size_t(c.size), name.size() + 1);
         for (size_t i = guard; i < buf.size(); ++i)
             EXPECT_EQ(buf[i], 'Z') << i;

@@ -3,6 +3,7 @@
 #include <vexapi/core/vexassert.h>
 #include <vexapi/core/wcharstring.h>
 #include <vexapi/core/wtext.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -12,11 +13,10 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
-WText textOf(const WCharString& s)
+WString textOf(const WCharString& s)
 {
-    return WText(s.constData(), size_t(s.length()));
+    return WString(s.constData(), size_t(s.length()));
 }
 
 // Invariant 1 of the class: never null, always terminated after length() units.
@@ -32,16 +32,16 @@ TEST(WCharStringTest, Construction)
     const WChar withZero[] = {'a', 0, 'b', 'c'};
     struct Case {
         WCharString s;
-        WText expected;
+        WString expected;
     } cases[] = {
-        {WCharString(), WText()},
-        {WCharString(nullptr), WText()},
-        {WCharString(nullptr, 5), WText()},
-        {WCharString(WSTR("Привет")), WText(WSTR("Привет"))},
-        {WCharString(WSTR("abcdef"), 3), WText(WSTR("abc"))},
-        {WCharString(WSTR("abc"), -1), WText(WSTR("abc"))},
-        {WCharString(WSTR("abc"), 0), WText()},
-        {WCharString(withZero, 4), WText(withZero, 4)}, // a counted text keeps its zeros
+        {WCharString(), WString()},
+        {WCharString(nullptr), WString()},
+        {WCharString(nullptr, 5), WString()},
+        {WCharString(WSTR("Привет")), WString(WSTR("Привет"))},
+        {WCharString(WSTR("abcdef"), 3), WString(WSTR("abc"))},
+        {WCharString(WSTR("abc"), -1), WString(WSTR("abc"))},
+        {WCharString(WSTR("abc"), 0), WString()},
+        {WCharString(withZero, 4), WString(withZero, 4)}, // a counted text keeps its zeros
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << (&c - cases));
@@ -87,7 +87,7 @@ TEST(WCharStringTest, AssignmentFromItselfOrFromItsOwnText)
 TEST(WCharStringTest, AppendingGrows)
 {
     WCharString s;
-    WText model;
+    WString model;
     for (int i = 0; i < 300; ++i) {
         const WChar c = WChar(0x410 + i % 32);
         s += c;
@@ -171,7 +171,7 @@ TEST(WCharStringTest, RandomOperationsMatchTheModel)
     std::uniform_int_distribution<int> unit(0, 5);
     const WChar alphabet[] = {' ', 'a', 'b', 0x416, '\t', 'x'};
     WCharString s, other;
-    WText model, otherModel;
+    WString model, otherModel;
     for (int step = 0; step < 5000; ++step) {
         switch (op(rng)) {
         case 0: {
@@ -197,7 +197,7 @@ TEST(WCharStringTest, RandomOperationsMatchTheModel)
         case 4: {
             s.trim(WSTR(" x"));
             const size_t b = model.find_first_not_of(WSTR(" x"));
-            model = b == WText::npos ? WText() : model.substr(b, model.find_last_not_of(WSTR(" x")) - b + 1);
+            model = b == WString::npos ? WString() : model.substr(b, model.find_last_not_of(WSTR(" x")) - b + 1);
             break;
         }
         case 5:

@@ -1,6 +1,7 @@
 // wsnprintf: numbers and their padding against the C library's narrow snprintf as the
 // model, 16-bit and narrow text, characters, unknown conversions, measuring and cutting.
 #include <vexapi/core/wformat.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -11,25 +12,24 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
-WText widen(const std::string& ascii)
+WString widen(const std::string& ascii)
 {
-    WText out;
+    WString out;
     for (char c : ascii)
         out += WChar(static_cast<unsigned char>(c));
     return out;
 }
 
 template <class... A>
-WText wide(const char* format, A... args)
+WString wide(const char* format, A... args)
 {
-    const WText f = widen(format);
+    const WString f = widen(format);
     WChar buf[512];
     const int n = wsnprintf(buf, 512, f.c_str(), args...);
     EXPECT_GE(n, 0) << format;
     EXPECT_LT(n, 512) << format;
-    return WText(buf, size_t(n));
+    return WString(buf, size_t(n));
 }
 
 template <class... A>
@@ -82,7 +82,7 @@ TEST(WFormat, TextAndCharacters)
 {
     const WChar pair[] = {'a', 0xD83D, 0xDE00, 'b', 0}; // a, U+1F600, b
     struct Case {
-        WText got, expected;
+        WString got, expected;
     } cases[] = {
         {wide("[%s]", WSTR("Ключ")), WSTR("[Ключ]")},
         {wide("[%ls]", WSTR("x")), WSTR("[x]")},
@@ -90,7 +90,7 @@ TEST(WFormat, TextAndCharacters)
         {wide("[%-6s]", WSTR("abc")), WSTR("[abc   ]")},
         {wide("[%.2s]", WSTR("abcdef")), WSTR("[ab]")},
         {wide("[%.2s]", pair), WSTR("[a]")},          // never half a surrogate pair
-        {wide("[%.3s]", pair), WText(WSTR("[")) + WText(pair, 3) + WSTR("]")},
+        {wide("[%.3s]", pair), WString(WSTR("[")) + WString(pair, 3) + WSTR("]")},
         {wide("[%s]", static_cast<const WChar*>(nullptr)), WSTR("[(null)]")},
         {wide("[%hs|%S]", "narrow", "too"), WSTR("[narrow|too]")},
         {wide("[%c%c]", int(0x416), int('z')), WSTR("[Жz]")},
@@ -107,8 +107,8 @@ TEST(WFormat, TextAndCharacters)
         EXPECT_EQ(c.got, c.expected);
     }
     // A zero character is output like any other.
-    const WText zero = wide("a%cb", 0);
-    EXPECT_EQ(zero, WText(WSTR("a\0b"), 3));
+    const WString zero = wide("a%cb", 0);
+    EXPECT_EQ(zero, WString(WSTR("a\0b"), 3));
     // The precision bounds the read: the argument needs no terminator.
     const WChar unterminated[3] = {'x', 'y', 'z'};
     EXPECT_EQ(wide("%.3s", unterminated), WSTR("xyz"));
@@ -126,14 +126,14 @@ TEST(WFormat, MeasuringAndCutting)
             c = 'Z';
         EXPECT_EQ(wsnprintf(buf, size, f, WSTR("abcdef"), 42), 9);
         if (size > 0) {
-            EXPECT_EQ(WText(buf), WText(WSTR("abcdef-42")).substr(0, size_t(size - 1)));
+            EXPECT_EQ(WString(buf), WString(WSTR("abcdef-42")).substr(0, size_t(size - 1)));
         }
         for (int i = size; i < 8; ++i)
             EXPECT_EQ(buf[i], 'Z') << "written past the buffer at " << i;
     }
     // A huge width is counted, never written past the buffer.
     EXPECT_EQ(wsnprintf(buf, 8, WSTR("%100000d"), 1), 100000);
-    EXPECT_EQ(WText(buf), WText(7, ' '));
+    EXPECT_EQ(WString(buf), WString(7, ' '));
     EXPECT_EQ(wsnprintf(buf, 8, nullptr), -1);
     EXPECT_EQ(buf[0], 0);
 }

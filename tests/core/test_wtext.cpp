@@ -2,6 +2,7 @@
 // (trims, removeSlash, assignString, streq_nocase) and StrPtr's stream output.
 #include <vexapi/core/strptr.h>
 #include <vexapi/core/wtext.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -12,9 +13,8 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
-TEST(WText, NullPointersReadAsTheEmptyText)
+TEST(WString, NullPointersReadAsTheEmptyText)
 {
     WChar buf[4] = {'x', 'x', 'x', 'x'};
     EXPECT_EQ(wstrlen(nullptr), 0);
@@ -38,7 +38,7 @@ TEST(WText, NullPointersReadAsTheEmptyText)
     EXPECT_FALSE(streq_nocase(nullptr, WSTR("a")));
 }
 
-TEST(WText, BoundedCopyTerminatesAndNeverWritesPastItsSize)
+TEST(WString, BoundedCopyTerminatesAndNeverWritesPastItsSize)
 {
     const WChar* src = WSTR("hello");
     for (int size = 0; size <= 8; ++size) {
@@ -47,7 +47,7 @@ TEST(WText, BoundedCopyTerminatesAndNeverWritesPastItsSize)
         EXPECT_EQ(wstrlcpy(buf.data(), src, size), 5);
         const int kept = size == 0 ? 0 : std::min(size - 1, 5);
         if (size > 0) {
-            EXPECT_EQ(WText(buf.data()), WText(src, size_t(kept)));
+            EXPECT_EQ(WString(buf.data()), WString(src, size_t(kept)));
         }
         for (size_t i = size_t(size); i < buf.size(); ++i)
             ASSERT_EQ(buf[i], 0x5a5a) << i;
@@ -55,18 +55,18 @@ TEST(WText, BoundedCopyTerminatesAndNeverWritesPastItsSize)
     // wstrncpy keeps wcsncpy's contract: zero padding, no terminator when the text fills n.
     WChar pad[6] = {9, 9, 9, 9, 9, 9};
     wstrncpy(pad, WSTR("ab"), 5);
-    EXPECT_EQ(WText(pad, 6), WText(WSTR("ab\0\0\0\x9"), 6));
+    EXPECT_EQ(WString(pad, 6), WString(WSTR("ab\0\0\0\x9"), 6));
     wstrncpy(pad, WSTR("abcdefg"), 3);
-    EXPECT_EQ(WText(pad, 4), WText(WSTR("abc\0"), 4));
+    EXPECT_EQ(WString(pad, 4), WString(WSTR("abc\0"), 4));
     // wstrncat always terminates.
     WChar cat[8] = {'a', 0};
     wstrncat(cat, WSTR("bcdef"), 2);
-    EXPECT_EQ(WText(cat), WText(WSTR("abc")));
+    EXPECT_EQ(WString(cat), WString(WSTR("abc")));
     wstrcat(cat, WSTR("xy"));
-    EXPECT_EQ(WText(cat), WText(WSTR("abcxy")));
+    EXPECT_EQ(WString(cat), WString(WSTR("abcxy")));
 }
 
-TEST(WText, ComparisonIsByUnsignedUnitValue)
+TEST(WString, ComparisonIsByUnsignedUnitValue)
 {
     struct Case {
         const WChar* a;
@@ -94,7 +94,7 @@ TEST(WText, ComparisonIsByUnsignedUnitValue)
     EXPECT_LT(wstricmp(WSTR("a"), WSTR("B")), 0) << "folded before comparing";
 }
 
-TEST(WText, FindingUnitsAndTexts)
+TEST(WString, FindingUnitsAndTexts)
 {
     const WChar* s = WSTR("aaab.ab");
     EXPECT_EQ(wstrchr(s, 'b'), s + 3);
@@ -112,11 +112,11 @@ TEST(WText, FindingUnitsAndTexts)
     WChar* found = wstrchr(mutableText, 'y');
     ASSERT_EQ(found, mutableText + 1);
     *found = 'z';
-    EXPECT_EQ(WText(mutableText), WText(WSTR("xz")));
+    EXPECT_EQ(WString(mutableText), WString(WSTR("xz")));
 
     WChar* copy = wstrdup(s);
     EXPECT_NE(copy, s);
-    EXPECT_EQ(WText(copy), WText(s));
+    EXPECT_EQ(WString(copy), WString(s));
     delete[] copy;
 }
 
@@ -141,7 +141,7 @@ const WChar kCaseless[] = {'0', '@', '[', '`', '{', 0x00D7, 0x00F7, 0x00DF, 0x00
                            0x0131, 0x0138, 0x0149, 0x017F, 0x0387, 0x03A2, 0x0482, 0x0489,
                            0x4E00, 0xFFFD, 0xD800};
 
-TEST(WText, CaseMappingCoversLatinGreekAndCyrillic)
+TEST(WString, CaseMappingCoversLatinGreekAndCyrillic)
 {
     for (const auto& pair : kCasePairs) {
         SCOPED_TRACE(testing::Message() << std::hex << unsigned(pair[0]));
@@ -158,7 +158,7 @@ TEST(WText, CaseMappingCoversLatinGreekAndCyrillic)
     EXPECT_EQ(wtoupper(0x03C2), 0x03A3) << "final sigma upper-cases to sigma";
 }
 
-TEST(WText, CaseMappingIsConsistentOverEveryUnit)
+TEST(WString, CaseMappingIsConsistentOverEveryUnit)
 {
     // Each mapping is undone by the other (final sigma aside) and applying it twice changes
     // nothing more: a fault in any range's parity or offset breaks one of these.
@@ -176,13 +176,13 @@ TEST(WText, CaseMappingIsConsistentOverEveryUnit)
     }
 }
 
-TEST(WText, InPlaceCaseFunctionsAndCaseInsensitiveEquality)
+TEST(WString, InPlaceCaseFunctionsAndCaseInsensitiveEquality)
 {
     WChar text[] = {'s', 'e', 'l', 'e', 'c', 't', ' ', 0x0451, 0x00E9, 0x03C9, '1', 0};
     EXPECT_EQ(str2upper(text), text);
-    EXPECT_EQ(WText(text), WText(WSTR("SELECT ЁÉΩ1")));
+    EXPECT_EQ(WString(text), WString(WSTR("SELECT ЁÉΩ1")));
     EXPECT_EQ(str2lower(text), text);
-    EXPECT_EQ(WText(text), WText(WSTR("select ёéω1")));
+    EXPECT_EQ(WString(text), WString(WSTR("select ёéω1")));
 
     struct Case {
         const WChar* a;
@@ -203,7 +203,7 @@ TEST(WText, InPlaceCaseFunctionsAndCaseInsensitiveEquality)
     }
 }
 
-TEST(WText, TrimsDropTheGivenCharacterOnly)
+TEST(WString, TrimsDropTheGivenCharacterOnly)
 {
     struct Case {
         const WChar* text;
@@ -221,19 +221,19 @@ TEST(WText, TrimsDropTheGivenCharacterOnly)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << (&c - cases));
-        WText l = c.text, r = c.text, b = c.text;
+        WString l = c.text, r = c.text, b = c.text;
         EXPECT_EQ(LTrim(&l[0], c.ch), &l[0]);
         EXPECT_EQ(RTrim(&r[0], c.ch), &r[0]);
         EXPECT_EQ(Trim(&b[0], c.ch), &b[0]);
-        EXPECT_EQ(WText(l.c_str()), WText(c.left));
-        EXPECT_EQ(WText(r.c_str()), WText(c.right));
-        EXPECT_EQ(WText(b.c_str()), WText(c.both));
+        EXPECT_EQ(WString(l.c_str()), WString(c.left));
+        EXPECT_EQ(WString(r.c_str()), WString(c.right));
+        EXPECT_EQ(WString(b.c_str()), WString(c.both));
     }
     WChar blanks[] = {' ', 'a', ' ', 0};
-    EXPECT_EQ(WText(Trim(blanks)), WText(WSTR("a"))) << "a blank unless told";
+    EXPECT_EQ(WString(Trim(blanks)), WString(WSTR("a"))) << "a blank unless told";
 }
 
-TEST(WText, RemoveSlashDropsEscapingBackslashes)
+TEST(WString, RemoveSlashDropsEscapingBackslashes)
 {
     struct Case {
         const WChar* src;
@@ -252,26 +252,26 @@ TEST(WText, RemoveSlashDropsEscapingBackslashes)
         SCOPED_TRACE(testing::Message() << "case " << (&c - cases));
         std::vector<WChar> dst(size_t(wstrlen(c.src)) + 1, WChar(0x5a5a));
         EXPECT_EQ(removeSlash(dst.data(), c.src), dst.data());
-        EXPECT_EQ(WText(dst.data()), WText(c.expected));
-        WText inPlace = c.src;
+        EXPECT_EQ(WString(dst.data()), WString(c.expected));
+        WString inPlace = c.src;
         removeSlash(&inPlace[0], inPlace.c_str());
-        EXPECT_EQ(WText(inPlace.c_str()), WText(c.expected));
+        EXPECT_EQ(WString(inPlace.c_str()), WString(c.expected));
     }
     WChar out[2] = {'x', 'x'};
     removeSlash(out, nullptr);
     EXPECT_EQ(out[0], 0);
 }
 
-TEST(WText, AssignStringReplacesAnOwnedString)
+TEST(WString, AssignStringReplacesAnOwnedString)
 {
     WChar* owned = nullptr;
-    EXPECT_EQ(WText(assignString(owned, WSTR("first"))), WText(WSTR("first")));
+    EXPECT_EQ(WString(assignString(owned, WSTR("first"))), WString(WSTR("first")));
     const WChar* before = owned;
     assignString(owned, WSTR("second"));
-    EXPECT_EQ(WText(owned), WText(WSTR("second")));
+    EXPECT_EQ(WString(owned), WString(WSTR("second")));
     // From a part of itself: the copy is made before the old text is freed.
     assignString(owned, owned + 3);
-    EXPECT_EQ(WText(owned), WText(WSTR("ond")));
+    EXPECT_EQ(WString(owned), WString(WSTR("ond")));
     EXPECT_NE(before, nullptr);
     EXPECT_EQ(assignString(owned, nullptr), nullptr);
     EXPECT_EQ(owned, nullptr);
@@ -299,7 +299,7 @@ TEST(StrPtrTest, WideStreamsReceiveTheUnitsUnchanged)
 {
     std::basic_ostringstream<WChar> os;
     os << StrPtr(WSTR("Ж\xD800z")) << StrPtr(WSTR("abc"), 2) << WCharString(WSTR("!"));
-    EXPECT_EQ(os.str(), WText(WSTR("Ж\xD800zab!")));
+    EXPECT_EQ(os.str(), WString(WSTR("Ж\xD800zab!")));
 }
 
 } // namespace

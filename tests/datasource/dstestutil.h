@@ -6,6 +6,7 @@
 #include <vexapi/datasource/memorydatasource.h>
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
+#include <vexapi/core/wstring.h>
 
 #include <cstdint>
 #include <cstring>
@@ -15,12 +16,11 @@
 namespace dstest {
 
 using namespace DataSourceAPI;
-typedef std::basic_string<WChar> WText;
 
-inline WText W(const char* utf8)
+inline WString W(const char* utf8)
 {
     const int n = mbs2wcs(nullptr, utf8, "UTF-8", 0, 0);
-    WText out(std::size_t(n) + 1, WChar(0));
+    WString out(std::size_t(n) + 1, WChar(0));
     mbs2wcs(&out[0], utf8, "UTF-8", n + 1, 0);
     out.resize(std::size_t(n));
     return out;
@@ -74,7 +74,7 @@ inline std::vector<unsigned char> valueOf(Type type, const std::string& text)
         return v;
     }
     case tText: {
-        const WText w = W(text.c_str());
+        const WString w = W(text.c_str());
         std::vector<unsigned char> v((w.size() + 1) * 2, 0);
         std::memcpy(v.data(), w.data(), w.size() * 2);
         return v;

@@ -366,7 +366,7 @@ TEST(ConversionMatrix, SizesOfTheTypes)
 
 TEST(BlobEncoding, TextThroughAnEncodingAndBack)
 {
-    const WText text = W("h\xC3\xA9llo \xD0\xB6");
+    const WString text = W("h\xC3\xA9llo \xD0\xB6");
     struct Case {
         const char* encoding;
         std::string bytes;
@@ -377,7 +377,7 @@ TEST(BlobEncoding, TextThroughAnEncodingAndBack)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.encoding);
-        const WText enc = W(c.encoding);
+        const WString enc = W(c.encoding);
         char blob[64];
         VLong len = kUntouched;
         ASSERT_TRUE(convert(blob, 64, tBlob, text.c_str(), int(text.size() + 1) * 2, tText, &len,
@@ -388,7 +388,7 @@ TEST(BlobEncoding, TextThroughAnEncodingAndBack)
         WChar back[64];
         ASSERT_TRUE(convert(back, sizeof back, tText, blob, int(len), tBlob, &len, enc.c_str()));
         if (std::string(c.encoding) != "CP1251") {
-            EXPECT_EQ(WText(back), text);
+            EXPECT_EQ(WString(back), text);
         }
         EXPECT_EQ(len, VLong(wstrlen(back)) * 2 + 2);
     }
@@ -397,8 +397,8 @@ TEST(BlobEncoding, TextThroughAnEncodingAndBack)
 TEST(BlobEncoding, AnExactlyFullBlobKeepsItsLastByte)
 {
     // The charset routines always terminate; a blob has no terminator and may be full.
-    const WText text = W("\xC3\xA9t\xC3\xA9");
-    const WText enc = W("UTF-8");
+    const WString text = W("\xC3\xA9t\xC3\xA9");
+    const WString enc = W("UTF-8");
     char blob[6 + 4];
     std::memset(blob, 0x5A, sizeof blob);
     VLong len = 0;
@@ -510,14 +510,14 @@ TEST(TypedAccess, BytesShowAsHexTextAndComeBack)
 
     // A blob column with an encoding keeps the text in it, and reads it back.
     ds.setBlobEncoding(2, WSTR("UTF-8"));
-    const WText word = W("\xC3\xBC" "ber");
+    const WString word = W("\xC3\xBC" "ber");
     ASSERT_TRUE(ds.setFieldText(row, 2, word.c_str()));
     char raw[16] = {};
     VLong len = 0;
     ds.getField(row, 2, raw, 16, nullptr, &len);
     EXPECT_EQ(std::string(raw, std::size_t(len)), "\xC3\xBC" "ber");
     ds.getFieldText(row, 2, text, sizeof text);
-    EXPECT_EQ(WText(text), word);
+    EXPECT_EQ(WString(text), word);
 }
 
 // ---- compare ----
@@ -563,12 +563,12 @@ TEST(Compare, TheCLocaleOrdersByCodePoint)
 {
     CollateLocale keep;
     ASSERT_TRUE(std::setlocale(LC_COLLATE, "C"));
-    const WText upper = W("B"), lower = W("a");
+    const WString upper = W("B"), lower = W("a");
     EXPECT_EQ(compare(upper.c_str(), 4, lower.c_str(), 4, tText), -1);
     EXPECT_EQ(compare("B", 2, "a", 2, tChar), -1);
     // A character beyond the 16-bit range sorts after U+FF5E, although its first UTF-16
     // unit is smaller.
-    const WText wide = W("\xEF\xBD\x9E"), emoji = W("\xF0\x9F\x98\x80");
+    const WString wide = W("\xEF\xBD\x9E"), emoji = W("\xF0\x9F\x98\x80");
     EXPECT_EQ(compare(wide.c_str(), 4, emoji.c_str(), 6, tText), -1);
     EXPECT_EQ(compare(emoji.c_str(), 6, wide.c_str(), 4, tText), 1);
 }
@@ -586,7 +586,7 @@ TEST(Compare, ALocaleCollatesAndTiesAreBrokenByCodePoint)
     }
     if (!found)
         GTEST_SKIP() << "no locale with a linguistic collation is installed";
-    const WText a = W("a"), B = W("B"), A = W("A");
+    const WString a = W("a"), B = W("B"), A = W("A");
     EXPECT_EQ(compare(a.c_str(), 4, B.c_str(), 4, tText), -1);
     EXPECT_EQ(compare(B.c_str(), 4, a.c_str(), 4, tText), 1);
     EXPECT_EQ(compare("a", 2, "B", 2, tChar), -1);

@@ -24,7 +24,7 @@ typedef DataSource::Iterator Iterator;
 class ParamSource : public MemoryDataSource {
 public:
     struct Param {
-        WText name;
+        WString name;
         Type type;
         int len;
         bool isNull;

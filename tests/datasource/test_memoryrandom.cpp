@@ -22,7 +22,7 @@ struct Row {
     int id;
     bool nNull;
     VLong n;
-    WText s;
+    WString s;
     double d;
 };
 
@@ -104,7 +104,7 @@ void check(const Source& ds, const Model& m, int step)
         }
         WChar s[kTextUnits];
         ds.getFieldText(it, 3, s, sizeof s);
-        ASSERT_EQ(WText(s), r.s);
+        ASSERT_EQ(WString(s), r.s);
         ASSERT_EQ(ds.getFieldDouble(it, 4), r.d);
         const VLong calc = ds.getFieldInt(it, 5, &isNull);
         ASSERT_EQ(isNull, r.nNull);
@@ -133,7 +133,7 @@ TEST(MemoryDataSourceRandom, AgreesWithAVectorModel)
             const int at = pick(0, size);
             Iterator before = at == size ? ds.end() : ds.row2iterator(at + 1);
             Iterator it = ds.insertRow(before);
-            Row r{nextId++, false, 0, WText(), 0.0};
+            Row r{nextId++, false, 0, WString(), 0.0};
             ds.setFieldInt(it, 1, r.id);
             m.rows.insert(m.rows.begin() + at, r);
         } else if (op < 36 && size > 0) {

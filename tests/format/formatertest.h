@@ -5,6 +5,7 @@
 #include <vexapi/format/formater.h>
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
+#include <vexapi/core/wstring.h>
 
 #include <charconv>
 #include <cstdint>
@@ -14,7 +15,6 @@
 
 namespace formatertest {
 
-typedef std::basic_string<WChar> WString;
 
 // ASCII (and Latin-1 bytes) to 16-bit text.
 inline WString W(const std::string& s)

@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 #include <vector>
+#include <vexapi/core/wstring.h>
 
 using namespace formatertest;
 using DataSourceAPI::Type;
@@ -198,7 +199,7 @@ TEST(FormaterRandom, TextAlwaysFitsItsMask)
                 f.setNull(true);
                 log += " null";
             } else {
-                std::basic_string<WChar> text;
+                WString text;
                 for (int k = pick(int(model.size()) + 3); k > 0; --k)
                     text.push_back(pool[pick(int(sizeof pool / sizeof pool[0]))]);
                 f.setPrimaryText(text.c_str());

@@ -2,6 +2,7 @@
 // element, the grid's two date formats, and the conventions callers rely on (status codes,
 // untouched output on failure, null pointers, unaligned row images).
 #include <vexapi/values/qvarn.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -15,9 +16,9 @@ using OrvCPP::OrvDec;
 
 namespace {
 
-std::basic_string<WChar> widen(const std::string& s)
+WString widen(const std::string& s)
 {
-    std::basic_string<WChar> w;
+    WString w;
     for (char c : s)
         w.push_back(WChar(static_cast<unsigned char>(c)));
     return w;
@@ -38,7 +39,7 @@ std::string format(const OrvDate& d, const char* fmt)
     EXPECT_EQ(rc, QV_OK) << fmt;
     // The 16-bit routine writes the same text.
     WChar wbuf[128];
-    std::basic_string<WChar> wfmt = widen(fmt);
+    WString wfmt = widen(fmt);
     EXPECT_EQ(TICKTOSTRF(&d, wfmt.c_str(), wbuf, 128), QV_OK);
     EXPECT_EQ(narrow(wbuf), std::string(buf)) << fmt;
     return buf;
@@ -49,7 +50,7 @@ int parse(const char* text, const char* fmt, OrvDate& out)
 {
     OrvDate n = out, w = out;
     int rc = STRTOTICKF(text, fmt, &n);
-    std::basic_string<WChar> wt = widen(text), wf = widen(fmt);
+    WString wt = widen(text), wf = widen(fmt);
     EXPECT_EQ(STRTOTICKF(wt.c_str(), wf.c_str(), &w), rc) << text << " / " << fmt;
     EXPECT_EQ(n, w) << text << " / " << fmt;
     out = n;

@@ -1,6 +1,7 @@
 // RTLibraryLoader: functions of the platform's own libraries found and called, and the
 // null answers for what isn't there.
 #include <vexapi/orvcpp/rtlibraryloader.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WString;
 
 WString W(const char* s)
 {

@@ -1,6 +1,7 @@
 // SQL text helpers against tables of input and expected text: quoting of names, keyword
 // search past strings, names, comments and parentheses, and WHERE / ORDER BY splicing.
 #include <vexapi/orvcpp/sqltext.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WString;
 typedef std::basic_ostringstream<WChar> WStream;
 
 // UTF-8 test text to 16-bit text and back (the tables hold some Cyrillic; BMP only).

@@ -2,6 +2,7 @@
 // their conversions, and the failures (missing values, malformed files, missing files,
 // failed writes that must leave the old file alone).
 #include <vexapi/orvcpp/xmlutils.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-typedef std::basic_string<WChar> WString;
 
 // A folder of its own per test, removed afterwards.
 class XmlFiles : public ::testing::Test {

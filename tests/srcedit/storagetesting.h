@@ -5,16 +5,16 @@
 #include <vexapi/srcedit/ceditstring.h>
 #include <vexapi/srcedit/ceditstringarray.h>
 #include <vexapi/srcedit/ctextsegment.h>
+#include <vexapi/core/wstring.h>
 
 #include <string>
 #include <vector>
 
-typedef std::basic_string<WChar> WText;
 
 // 16-bit text from a byte string (ASCII, or UTF-8 of the Basic Multilingual Plane).
-inline WText W(const std::string& s)
+inline WString W(const std::string& s)
 {
-    WText out;
+    WString out;
     for (std::size_t i = 0; i < s.size();) {
         unsigned char c = (unsigned char)s[i];
         if (c < 0x80) {
@@ -39,7 +39,7 @@ inline std::string A(const WChar* s, int n = -1)
         out += s[i] < 0x80 ? char(s[i]) : '?';
     return out;
 }
-inline std::string A(const WText& s) { return A(s.data(), int(s.size())); }
+inline std::string A(const WString& s) { return A(s.data(), int(s.size())); }
 
 inline std::string stored(const CEditString* row) { return A(row->GetData(), row->GetLength()); }
 
@@ -60,7 +60,7 @@ inline std::string expanded(const CEditStringArray* block)
 // A block from lines joined by "\r\n".
 inline CEditStringArray* blockOf(const std::string& text)
 {
-    WText w = W(text);
+    WString w = W(text);
     return CEditStringArray::fromPlainText(w.c_str());
 }
 

@@ -246,8 +246,8 @@ TEST(CEditString, FindStrCases)
 
 TEST(CEditString, StrStrScansBothWays)
 {
-    WText t = W("xyxyx");
-    WText f = W("yx");
+    WString t = W("xyxyx");
+    WString f = W("yx");
     EXPECT_EQ(1, CEditString::StrStr(t.data(), 5, f.data(), 2, true));
     EXPECT_EQ(3, CEditString::StrStr(t.data(), 5, f.data(), 2, false));
     EXPECT_EQ(-1, CEditString::StrStr(t.data(), 1, f.data(), 2, true));

@@ -213,7 +213,7 @@ TEST(CEditStringArray, CopyContentsIsDeep)
 
 TEST(CTextSegment, ConstructionQualifiesOnlyWithABlockAndALabel)
 {
-    WText custom = W("<<proc>>");
+    WString custom = W("<<proc>>");
     struct Case {
         bool block;
         int type;

@@ -329,7 +329,7 @@ TEST_F(NestedFolds, ForwardAndBackwardCopiesStopAtThePattern)
     std::string flat = kText;
     std::vector<WChar> buffer(flat.size() + 1);
     int pos = 0;
-    WText then = W("then");
+    WString then = W("then");
     EXPECT_TRUE(doc->forwardForText(buffer.data(), int(buffer.size()), pos, then.data(), 4));
     EXPECT_EQ(int(flat.find("then")) + 4, pos);
     EXPECT_EQ(flat.substr(0, std::size_t(pos)), A(buffer.data()));
@@ -337,14 +337,14 @@ TEST_F(NestedFolds, ForwardAndBackwardCopiesStopAtThePattern)
     int end = int(buffer.size()) - 1;
     buffer[std::size_t(end)] = 0;
     pos = end;
-    WText y = W("y :=");
+    WString y = W("y :=");
     EXPECT_TRUE(doc->backwardForText(buffer.data(), pos, y.data(), 4));
     EXPECT_EQ(end - int(flat.size() - flat.rfind("y :=")), pos);
     EXPECT_EQ(flat.substr(flat.rfind("y :=")), A(buffer.data() + pos));
 
     // Not found: the whole text is copied, and no more than fits.
     pos = 0;
-    WText none = W("#");
+    WString none = W("#");
     EXPECT_FALSE(doc->forwardForText(buffer.data(), int(buffer.size()), pos, none.data(), 1));
     EXPECT_EQ(flat, A(buffer.data()));
     pos = 0;

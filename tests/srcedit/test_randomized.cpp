@@ -14,7 +14,7 @@ namespace {
 
 // The model: the unfolded document as one text, rows joined by "\r\n".
 struct Model {
-    WText text;
+    WString text;
 
     std::vector<int> lineStarts() const
     {
@@ -113,7 +113,7 @@ protected:
         int p = randomPosition();
         Place at = placeOf(p);
         EXPECT_NE(nullptr, at.row);
-        WText text = W(randomText());
+        WString text = W(randomText());
         std::unique_ptr<CEditStringArray> source(CEditStringArray::fromPlainText(text.c_str()));
         int endCol = -1, endRow = -1;
         EXPECT_TRUE(at.block->insSmartText(source.get(), false, at.col, at.index, endCol, endRow));
@@ -148,7 +148,7 @@ protected:
         if (p1 >= p2 || a.block != b.block)
             return false;
         int type = pick(1, 8);
-        WText label = W("<fold " + std::to_string(++folds) + ">");
+        WString label = W("<fold " + std::to_string(++folds) + ">");
         EXPECT_TRUE(collapse(a.block, a.col, a.index, b.col, b.index, type, type == 8 ? label.c_str() : nullptr));
         return true;
     }
@@ -209,8 +209,8 @@ protected:
         CEditStringArray* block = blocks[std::size_t(pick(0, int(blocks.size()) - 1))];
         int count = block->GetRowCount();
         int i = pick(0, count);
-        WText text = W(randomLine());
-        WText crlf = W("\r\n");
+        WString text = W(randomLine());
+        WString crlf = W("\r\n");
         if (i < count) {
             model.text.insert(std::size_t(block->GetString(i)->AbsPosInBlock(doc.get(), 0)), text + crlf);
         } else {
@@ -228,7 +228,7 @@ protected:
         collect(doc.get(), rows, blocks);
         CEditString* row = rows[std::size_t(pick(0, int(rows.size()) - 1))];
         int col = pick(0, row->GetLength());
-        WText text = W(randomLine());
+        WString text = W(randomLine());
         if (row->ownerOf(col)) {
             std::string before = stored(row);
             EXPECT_FALSE(row->InsertPlainText(text.c_str(), col));

@@ -4,6 +4,7 @@
 
 #include <vexapi/core/api.h>
 #include <vexapi/core/types.h>
+#include <vexapi/core/wstring.h>
 
 #include <string>
 
@@ -117,4 +118,4 @@ VEXAPI_API const char* getStdCharset();
 // (a pair is one four-byte sequence, malformed input becomes U+FFFD); `n` is srcLen.
 
 VEXAPI_API std::string utf8FromWide(const WChar* text, int n = 0);
-VEXAPI_API std::basic_string<WChar> wideFromUtf8(const char* text, int n = 0);
+VEXAPI_API WString wideFromUtf8(const char* text, int n = 0);

@@ -105,7 +105,8 @@ private:
     Node m_head;
 };
 
-namespace VexDetail {
+namespace VexAPI {
+namespace detail {
 
 // The node type that ListOf<T> allocates: T itself when T is already a list node, else a
 // node that carries a T.
@@ -132,14 +133,15 @@ struct ListItem<T, false> {
     static Node* make(A&&... args) { return new Node(std::forward<A>(args)...); }
 };
 
-} // namespace VexDetail
+} // namespace detail
+} // namespace VexAPI
 
 // An owning list of T. When T derives from List::Node the element is the node itself (an
 // iterator can be made from the element); otherwise each element sits in a node of its own.
 // Elements are created by `insert`/`emplace`, and deleted by `remove` and `clear`.
 template <class T>
 class ListOf : public List {
-    typedef VexDetail::ListItem<T> Item;
+    typedef VexAPI::detail::ListItem<T> Item;
 
 public:
     typedef typename Item::Node NodeType;

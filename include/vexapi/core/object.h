@@ -16,7 +16,7 @@
 #include <new>
 
 class Object;
-namespace VexDetail { class DeliveryGuard; }
+namespace VexAPI { namespace detail { class DeliveryGuard; } }
 
 // What a slot tells the delivery in progress. Any other value counts as SlotContinue (the
 // fixed underlying type makes every int a valid value).
@@ -125,7 +125,7 @@ public:
     };
 
 private:
-    friend class VexDetail::DeliveryGuard;
+    friend class VexAPI::detail::DeliveryGuard;
 
     Delivery* m_deliveries;
     BasicList m_signals;
@@ -134,7 +134,8 @@ private:
 };
 
 // The implementation of subscribe, unsubscribe and send.
-namespace VexDetail {
+namespace VexAPI {
+namespace detail {
 
 // Calls a slot of class R with the signal's arguments A...
 template <class R, class SlotPtr, class... A>
@@ -229,7 +230,8 @@ private:
     Object::Delivery m_record;
 };
 
-} // namespace VexDetail
+} // namespace detail
+} // namespace VexAPI
 
 // Subscribes `slot` of `recipient` to `signal` of `sender`. A second subscription of the
 // same recipient and slot to the same signal is dropped.
@@ -240,8 +242,8 @@ void subscribe(S* sender, bool (C::*signal)(A...), R* recipient,
     static_assert(sizeof...(A) == sizeof...(B), "a slot takes the signal's arguments");
     typedef SlotResult (RC::*SlotPtr)(Object*, B...);
     RC* self = recipient;
-    VexDetail::CallerOf<A...> caller = &VexDetail::callSlot<RC, SlotPtr, A...>;
-    VexDetail::subscribeEntry(static_cast<Object*>(sender), PMF::make(signal),
+    VexAPI::detail::CallerOf<A...> caller = &VexAPI::detail::callSlot<RC, SlotPtr, A...>;
+    VexAPI::detail::subscribeEntry(static_cast<Object*>(sender), PMF::make(signal),
                               static_cast<void*>(self),
                               recipient ? static_cast<Object*>(recipient) : nullptr,
                               PMF::make(slot), reinterpret_cast<SlotCaller>(caller), priority);
@@ -253,7 +255,7 @@ void unsubscribe(S* sender, bool (C::*signal)(A...), R* recipient,
                  SlotResult (RC::*slot)(Object*, B...))
 {
     RC* self = recipient;
-    VexDetail::unsubscribeEntry(static_cast<Object*>(sender), PMF::make(signal),
+    VexAPI::detail::unsubscribeEntry(static_cast<Object*>(sender), PMF::make(signal),
                                 static_cast<void*>(self), PMF::make(slot));
 }
 
@@ -272,16 +274,16 @@ bool send(S* sender, bool (C::*signal)(A...), P&&... args)
     if (signals.empty())
         return (sender->*signal)(args...);
 
-    RecipientsList* list = VexDetail::findSignal(signals, PMF::make(signal));
+    RecipientsList* list = VexAPI::detail::findSignal(signals, PMF::make(signal));
     if (!list)
         return (sender->*signal)(args...);
 
-    VexDetail::DeliveryGuard guard(senderObject);
+    VexAPI::detail::DeliveryGuard guard(senderObject);
     {
-        VexDetail::Snapshot snapshot(*list);
+        VexAPI::detail::Snapshot snapshot(*list);
         for (int i = 0; i < snapshot.size(); ++i) {
-            const VexDetail::DeliveryRecord& r = snapshot[i];
-            VexDetail::CallerOf<A...> call = reinterpret_cast<VexDetail::CallerOf<A...>>(r.caller);
+            const VexAPI::detail::DeliveryRecord& r = snapshot[i];
+            VexAPI::detail::CallerOf<A...> call = reinterpret_cast<VexAPI::detail::CallerOf<A...>>(r.caller);
             int result = call(r.recipient, senderObject, &r.slot, args...);
             if (result == SlotStopTrue)
                 return true;

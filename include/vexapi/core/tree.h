@@ -74,7 +74,8 @@ private:
     Node m_root;
 };
 
-namespace VexDetail {
+namespace VexAPI {
+namespace detail {
 
 template <class T, bool Intrusive = std::is_base_of<Tree::Node, T>::value>
 struct TreeItem;
@@ -99,12 +100,13 @@ struct TreeItem<T, false> {
     static Node* make(A&&... args) { return new Node(std::forward<A>(args)...); }
 };
 
-} // namespace VexDetail
+} // namespace detail
+} // namespace VexAPI
 
 // An owning tree of T: removing a node deletes it with its subtree.
 template <class T>
 class TreeOf : public Tree {
-    typedef VexDetail::TreeItem<T> Item;
+    typedef VexAPI::detail::TreeItem<T> Item;
 
 public:
     typedef typename Item::Node NodeType;

@@ -3,6 +3,7 @@
 
 #include <vexapi/core/api.h>
 #include <vexapi/core/types.h>
+#include <vexapi/core/wstring.h>
 
 #include <string>
 
@@ -63,7 +64,7 @@ public:
     WCharString& trim(const WChar* chars = nullptr);
 
 private:
-    std::basic_string<WChar> m_text;
+    WString m_text;
 };
 
 inline bool operator==(const WChar* text, const WCharString& s) { return s == text; }

@@ -12,7 +12,7 @@
 
 namespace DataSourceAPI {
 
-namespace MemoryDSDetail {
+namespace detail {
 
 // Length of a terminated text within `max` units, in a value area: its bytes are rounded
 // up to a multiple of 8 and 8-aligned, so it is read a word at a time (texts are most of
@@ -72,7 +72,7 @@ inline VLong valueLength(const DataRepresentationWithNulls::DSValue& v, const DS
     return v.isNull() ? 0 : presentLength(v, c);
 }
 
-} // namespace MemoryDSDetail
+} // namespace detail
 
 // One row: its place in the list, its DSKort, and one `modify` bit per column (bit i % 8
 // of byte i / 8, columns / 8 + 1 bytes). A set bit means the calculated value of that
@@ -225,7 +225,7 @@ private:
                           const DSKortDesc::ColLayout& l, void* buf, int bufLen, bool* isNull,
                           VLong* realLen)
     {
-        const VLong len = null ? 0 : MemoryDSDetail::presentLength(v, l);
+        const VLong len = null ? 0 : detail::presentLength(v, l);
         if (isNull)
             *isNull = null;
         if (realLen)

@@ -385,7 +385,7 @@ std::basic_istream<C>& get(std::basic_istream<C>& is, OrvDate& value)
     }
     std::basic_streambuf<C>* sb = is.rdbuf();
     std::ios_base::iostate state = std::ios_base::goodbit;
-    typename Traits::int_type c = qvdetail::skipBlanks(is);
+    typename Traits::int_type c = detail::skipBlanks(is);
     // The canonical shape: digits and "-" of the date, then one blank and a time of digits,
     // ":" and ".". Anything else ends the text and stays in the stream.
     std::string text;
@@ -431,8 +431,8 @@ std::basic_ostream<C>& put(std::basic_ostream<C>& os, const OrvDate& value)
 {
     char text[OrvDate::TextSize];
     if (value.toText(text, sizeof text) != QV_OK)
-        return qvdetail::failOutput(os);
-    return qvdetail::putText(os, text, int(std::strlen(text)));
+        return detail::failOutput(os);
+    return detail::putText(os, text, int(std::strlen(text)));
 }
 
 } // namespace

@@ -927,10 +927,10 @@ std::basic_ostream<C>& put(std::basic_ostream<C>& os, const OrvDec& value)
 {
     Parts p = partsOf(value);
     if (p.status != OrvDec::Valid)
-        return qvdetail::failOutput(os);
+        return detail::failOutput(os);
     char text[OrvDec::TextSize];
     int len = formatParts(p, text);
-    return qvdetail::putText(os, text, len);
+    return detail::putText(os, text, len);
 }
 
 template <class C>
@@ -944,7 +944,7 @@ std::basic_istream<C>& get(std::basic_istream<C>& is, OrvDec& value)
     }
     std::basic_streambuf<C>* sb = is.rdbuf();
     std::ios_base::iostate state = std::ios_base::goodbit;
-    typename Traits::int_type c = qvdetail::skipBlanks(is);
+    typename Traits::int_type c = detail::skipBlanks(is);
     // The longest leading text of the grammar: [sign] digits [. digits] [e [sign] digits].
     enum { Start, Sign, Int, Point, Frac, E, ESign, EDigits } st = Start;
     std::string text;

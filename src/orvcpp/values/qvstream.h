@@ -7,7 +7,7 @@
 #include <ostream>
 
 namespace OrvCPP {
-namespace qvdetail {
+namespace detail {
 
 // The 16-bit stream of the Linux build (char16_t) has no ctype facet, so these helpers never
 // ask the stream to widen, skip blanks or pad: they work on the stream buffer, with the same
@@ -78,5 +78,5 @@ typename std::basic_istream<C>::int_type skipBlanks(std::basic_istream<C>& is)
     return c;
 }
 
-} // namespace qvdetail
+} // namespace detail
 } // namespace OrvCPP

@@ -3,6 +3,7 @@
 #include <vexapi/app/application.h>
 #include <vexapi/app/platform_services.h>
 #include <vexapi/core/charset.h>
+#include <vexapi/core/wstring.h>
 
 #include <cerrno>
 #include <climits>
@@ -17,12 +18,11 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WText;
 
 
 
 // Copies at most size - 1 characters and a terminator; gives the whole length.
-int copyOut(const WText& text, WChar* buffer, int size)
+int copyOut(const WString& text, WChar* buffer, int size)
 {
     if (buffer && size > 0) {
         std::size_t n = text.size() < std::size_t(size - 1) ? text.size() : std::size_t(size - 1);
@@ -91,7 +91,7 @@ int AppPlatform::userSettingsFolder(WChar* buffer, int size)
         folder += ".config";
     }
     mkdir(folder.c_str(), 0700);
-    WText wide = wideFromUtf8(folder.c_str());
+    WString wide = wideFromUtf8(folder.c_str());
     if (!buffer || int(wide.size()) >= size)
         return 0;
     return copyOut(wide, buffer, size);
@@ -103,7 +103,7 @@ int AppPlatform::tempFolder(WChar* buffer, int size)
     std::string folder = tmp && tmp[0] == '/' ? withoutTrailingSlashes(tmp) : std::string("/tmp");
     if (folder != "/")
         folder += '/';
-    WText wide = wideFromUtf8(folder.c_str());
+    WString wide = wideFromUtf8(folder.c_str());
     // Like GetTempPathW: a buffer too small receives nothing, and the length tells so.
     if (!buffer || int(wide.size()) >= size)
         return int(wide.size());
@@ -118,7 +118,7 @@ bool AppPlatform::createTempFile(const WChar* folder, const WChar* prefix, WChar
     if (fd < 0)
         return false;
     ::close(fd);
-    WText wide = wideFromUtf8(name.c_str());
+    WString wide = wideFromUtf8(name.c_str());
     if (!buffer || int(wide.size()) >= size) {
         ::unlink(name.c_str());
         return false;

@@ -1,6 +1,7 @@
 // RTLibraryLoader on Windows: LoadLibraryW and GetProcAddress, with the handles kept for the
 // process's life.
 #include <vexapi/orvcpp/rtlibraryloader.h>
+#include <vexapi/core/wstring.h>
 
 #include <windows.h>
 
@@ -13,7 +14,7 @@ namespace {
 // The libraries loaded so far, by the name they were asked for. Never freed: see the class.
 struct Loaded {
     std::mutex lock;
-    std::map<std::basic_string<WChar>, HMODULE> handles;
+    std::map<WString, HMODULE> handles;
 };
 
 Loaded& loaded()
@@ -29,7 +30,7 @@ RTLibraryLoader::Function RTLibraryLoader::loadFunction(const WChar* library, co
 {
     if (!library || !*library || !name || !*name)
         return nullptr;
-    const std::basic_string<WChar> file(library);
+    const WString file(library);
     Loaded& table = loaded();
     std::lock_guard<std::mutex> guard(table.lock);
     HMODULE& handle = table.handles[file];

@@ -4,6 +4,7 @@
 #include <vexapi/app/application.h>
 #include <vexapi/app/mainentry.h>
 #include <vexapi/app/onelevelguiwaiter.h>
+#include <vexapi/core/wstring.h>
 
 #include <chrono>
 #include <cstdio>
@@ -12,7 +13,6 @@
 
 namespace {
 
-typedef std::basic_string<WChar> WString;
 
 void say(const char* line)
 {

@@ -1,6 +1,7 @@
 // OrvDate: byte layout, field validation across leap years and month ends, the calendar
 // against a day-by-day model, ordering, the canonical text and the stream operators.
 #include <vexapi/values/orvdate.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -24,9 +25,9 @@ std::string text(const OrvDate& d)
     return buf;
 }
 
-std::basic_string<WChar> widen(const std::string& s)
+WString widen(const std::string& s)
 {
-    std::basic_string<WChar> w;
+    WString w;
     for (char c : s)
         w.push_back(WChar(static_cast<unsigned char>(c)));
     return w;
@@ -261,7 +262,7 @@ TEST(OrvDateText, CanonicalFormAndItsShortenings)
     for (const Case& c : cases) {
         OrvDate narrow(7), wide(7);
         EXPECT_EQ(OrvDate::fromText(c.input, -1, narrow), c.rc) << c.input;
-        std::basic_string<WChar> w = widen(c.input);
+        WString w = widen(c.input);
         EXPECT_EQ(OrvDate::fromText(w.c_str(), int(w.size()), wide), c.rc) << c.input;
         if (c.rc != QV_OK) {
             EXPECT_EQ(narrow, OrvDate(7)) << c.input; // untouched
@@ -271,7 +272,7 @@ TEST(OrvDateText, CanonicalFormAndItsShortenings)
         EXPECT_EQ(narrow, wide) << c.input;
         WChar wbuf[OrvDate::TextSize];
         ASSERT_EQ(wide.toText(wbuf, OrvDate::TextSize), QV_OK);
-        EXPECT_EQ(std::basic_string<WChar>(wbuf), widen(c.canonical));
+        EXPECT_EQ(WString(wbuf), widen(c.canonical));
     }
 }
 

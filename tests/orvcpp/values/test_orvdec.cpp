@@ -1,6 +1,7 @@
 // OrvDec: byte layout, exact parse and print, rounding, overflow, ordering, conversions to
 // and from binary floating point, and the stream operators in both widths.
 #include <vexapi/values/orvdec.h>
+#include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
 
@@ -33,9 +34,9 @@ OrvDec dec(const char* s)
     return d;
 }
 
-std::basic_string<WChar> widen(const std::string& s)
+WString widen(const std::string& s)
 {
-    std::basic_string<WChar> w;
+    WString w;
     for (char c : s)
         w.push_back(WChar(static_cast<unsigned char>(c)));
     return w;
@@ -181,7 +182,7 @@ TEST(OrvDecText, ParseAndPrintInBothWidths)
     for (const ParseCase& c : kParseCases) {
         OrvDec narrow = OrvDec::fromInt64(42), wide = OrvDec::fromInt64(42);
         EXPECT_EQ(OrvDec::fromText(c.input, -1, narrow), c.rc) << '"' << c.input << '"';
-        std::basic_string<WChar> w = widen(c.input);
+        WString w = widen(c.input);
         EXPECT_EQ(OrvDec::fromText(w.c_str(), int(w.size()), wide), c.rc) << c.input;
         if (c.rc != QV_OK) {
             // Failure leaves the target alone.
@@ -193,7 +194,7 @@ TEST(OrvDecText, ParseAndPrintInBothWidths)
         EXPECT_EQ(std::memcmp(&narrow, &wide, 16), 0) << c.input;
         WChar wbuf[OrvDec::TextSize];
         ASSERT_EQ(wide.toText(wbuf, OrvDec::TextSize), QV_OK);
-        EXPECT_EQ(std::basic_string<WChar>(wbuf), widen(c.printed)) << c.input;
+        EXPECT_EQ(WString(wbuf), widen(c.printed)) << c.input;
     }
 }
 

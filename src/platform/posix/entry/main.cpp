@@ -4,6 +4,7 @@
 #include <vexapi/app/commandargs.h>
 #include <vexapi/app/mainentry.h>
 #include <vexapi/core/charset.h>
+#include <vexapi/core/wstring.h>
 
 #include <string>
 #include <vector>
@@ -14,7 +15,7 @@ int main(int argc, char** argv)
         return 0;
     // Linux hands over the argument list itself, so there is no line to split; the
     // arguments arrive as bytes, in UTF-8 in practice.
-    std::vector<std::basic_string<WChar>> wide;
+    std::vector<WString> wide;
     for (int i = 0; i < argc; ++i)
         wide.push_back(wideFromUtf8(argv[i]));
     std::vector<const WChar*> table;
