@@ -5,6 +5,10 @@
 #include "platform_mainqueue.h"
 
 #include <vexapi/core/vexassert.h>
+#include "platform_mainmutex.h"
+
+using VexAPI::platform::MainQueue;
+using VexAPI::platform::MainMutex;
 
 namespace {
 

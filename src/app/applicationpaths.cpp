@@ -3,7 +3,9 @@
 #include <vexapi/app/application.h>
 #include <vexapi/core/wstring.h>
 
-#include "platform_services.h"
+#include <vexapi/core/textfile.h>
+
+#include "platform_paths.h"
 
 #include <cstdio>
 #include <cstring>
@@ -84,41 +86,37 @@ void resetSavableFileCache()
 
 int Application::getExecutablePath(WChar* buffer, int size)
 {
-    std::vector<WChar> program(std::size_t(AppPlatform::maxPath()) + 1, 0);
-    int length = AppPlatform::programPath(program.data(), int(program.size()));
-    if (length >= int(program.size()))
-        length = int(program.size()) - 1;
-    int cut = 0;
-    for (int i = 0; i < length; ++i)
-        if (isPathSep(program[std::size_t(i)]))
+    const WString program = VexAPI::platform::programPath();
+    std::size_t cut = 0;
+    for (std::size_t i = 0; i < program.size(); ++i)
+        if (isPathSep(program[i]))
             cut = i;
-    return copyOut(WString(program.data(), std::size_t(cut)), buffer, size);
+    return copyOut(program.substr(0, cut), buffer, size);
 }
 
 int Application::getSavablePath(WChar* buffer, int size, const WChar* subDir)
 {
     if (buffer && size > 0)
         buffer[0] = 0;
-    std::vector<WChar> folder(std::size_t(AppPlatform::maxPath()) + 1, 0);
-    int length = AppPlatform::userSettingsFolder(folder.data(), int(folder.size()));
-    if (length <= 0)
+    const WString folder = VexAPI::platform::userSettingsFolder();
+    if (folder.empty())
         return getExecutablePath(buffer, size);
 
     // The path is built apart and copied out at the end, bounded by `size`, so that a
     // short buffer is never overrun; the length given is the whole path's.
-    WString path(folder.data(), std::size_t(length));
+    WString path = folder;
     path += pathSep();
     appendAscii(path, "ORVANE_GUI_CFG");
     // Folder creation answers only zero or non-zero, so neither fallback to the program's
     // folder below is ever taken: a folder that can't be made is ignored and the path is
     // given all the same. Callers get the path they asked for, made or not.
-    if (AppPlatform::makeDirectory(path.c_str(), nullptr) == 3)
+    if (VexAPI::platform::makeDirectory(path.c_str(), nullptr) == 3)
         return getExecutablePath(buffer, size);
     if (subDir) {
         if (!isPathSep(subDir[0]))
             path += pathSep();
         path += subDir;
-        if (AppPlatform::makeDirectory(path.c_str(), nullptr) == 3)
+        if (VexAPI::platform::makeDirectory(path.c_str(), nullptr) == 3)
             return getExecutablePath(buffer, size);
     }
     return copyOut(path, buffer, size);
@@ -163,8 +161,8 @@ bool Application::createDirectory(const WChar* base, const WChar* path)
         // A separator in `path` right after another (or at its start) adds no folder.
         if (!isPathSep(buffer.back())) {
             int error = 0;
-            if (!AppPlatform::makeDirectory(buffer.c_str(), &error)
-                && error != AppPlatform::AlreadyExists)
+            if (!VexAPI::platform::makeDirectory(buffer.c_str(), &error)
+                && error != VexAPI::platform::AlreadyExists)
                 return false;
             buffer += pathSep();
         }
@@ -175,12 +173,18 @@ bool Application::createDirectory(const WChar* base, const WChar* path)
 
 WChar* Application::getTemporaryFile()
 {
-    WChar folder[SystemTempSize];
-    int length = AppPlatform::tempFolder(folder, SystemTempSize);
+    const WString folder = VexAPI::platform::tempFolder();
     // 245 leaves room for the file name in MAX_PATH, as GetTempFileNameW needs.
-    if (length >= 1 && length <= 245
-        && AppPlatform::createTempFile(folder, WSTR("VXL"), s_systemTempName, SystemTempSize))
-        return s_systemTempName;
+    if (!folder.empty() && folder.size() <= 245) {
+        const WString made = VexAPI::platform::createTempFile(folder.c_str(), WSTR("VXL"));
+        if (!made.empty() && made.size() < std::size_t(SystemTempSize)) {
+            copyOut(made, s_systemTempName, SystemTempSize);
+            return s_systemTempName;
+        }
+        // A name too long for the buffer is not handed out half: the file goes again.
+        if (!made.empty())
+            VexAPI::platform::removeFile(made.c_str());
+    }
 
     int at = getSavablePath(s_savableTempName, SavableBufferSize, WSTR("Temp"));
     // Room for the separator and the longest name ("2147483647_999999999.tmp").
@@ -197,7 +201,7 @@ WChar* Application::getTemporaryFile()
         s_savableTempName[at + i] = 0;
         if (fsEntryExist(s_savableTempName))
             continue;
-        std::FILE* file = AppPlatform::openFile(s_savableTempName, "w");
+        std::FILE* file = wfopen(s_savableTempName, "w");
         if (file) {
             std::fclose(file);
             return s_savableTempName;
@@ -232,7 +236,7 @@ bool Application::delTmpFileName(const WChar* name, bool removeFile)
         // The name goes to the system in its 16-bit form, so that names outside the 8-bit
         // code page are removed too.
         if (removeFile)
-            AppPlatform::removeFile(known);
+            VexAPI::platform::removeFile(known);
         delete[] known;
         return true;
     }
@@ -246,7 +250,7 @@ int Application::clearTmpFileNames(bool removeFiles)
         WChar* known = m_tmpFileNames[i];
         m_tmpFileNames.remove(i);
         if (removeFiles)
-            AppPlatform::removeFile(known);
+            VexAPI::platform::removeFile(known);
         delete[] known;
     }
     return count;

@@ -1,7 +1,8 @@
 // Log: the plain log file.
 #include <vexapi/app/log.h>
 
-#include "platform_services.h"
+#include <vexapi/core/charset.h>
+#include <vexapi/core/textfile.h>
 
 #include <cstring>
 #include <ctime>
@@ -58,7 +59,7 @@ bool Log::startLog()
     if (m_started)
         return true;
     if (m_fileName) {
-        std::FILE* file = AppPlatform::openFile(m_fileName, "a+t");
+        std::FILE* file = wfopen(m_fileName, "a+t");
         if (!file)
             return false;
         if (m_ownsFile && m_file)
@@ -90,8 +91,12 @@ bool Log::addLogMessage(const WChar* text)
 {
     if (!m_started)
         return false;
+    // In the locale's 8-bit charset, cut at 1,024 bytes; a character it lacks becomes '?'.
     char narrow[1025];
-    AppPlatform::narrow(text ? text : WSTR(""), narrow, int(sizeof narrow));
+    const WChar* wide = text ? text : WSTR("");
+    const char* charset = getStdCharset();
+    if (!charset || wcs2mbs(narrow, wide, charset, int(sizeof narrow), -1) < 0)
+        wcs2mbs(narrow, wide, "UTF-8", int(sizeof narrow), -1);
     std::fprintf(m_file, "%s\n", narrow);
     std::fflush(m_file);
     return true;

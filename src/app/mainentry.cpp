@@ -3,12 +3,17 @@
 
 #include <vexapi/app/application.h>
 #include <vexapi/core/wstring.h>
-#include "platform_services.h"
-#include "platform_mainqueue.h"
 
 #include <clocale>
 #include <string>
 #include <vector>
+
+#include "platform_apartment.h"
+#include "platform_mainmutex.h"
+#include "platform_mainqueue.h"
+
+using VexAPI::platform::MainQueue;
+using VexAPI::platform::MainMutex;
 
 void (*EntryHooks::initWindowLayer)() = nullptr;
 void (*EntryHooks::setFontSubstitutionFile)(const WChar* path) = nullptr;
@@ -26,7 +31,7 @@ int PerformMainEntry(int argc, WChar** argv)
     // 3. The font substitutions beside the executable: Font::setSubstitutionFile, installed
     // by the painter layer once it exists; until then nothing to do.
     if (EntryHooks::setFontSubstitutionFile) {
-        std::vector<WChar> folder(std::size_t(AppPlatform::maxPath()), 0);
+        std::vector<WChar> folder(std::size_t(Application::getExecutablePath(nullptr, 0)) + 1, 0);
         Application::getExecutablePath(folder.data(), int(folder.size()));
         WString fonts(folder.data());
         fonts += Application::pathSep();
@@ -39,7 +44,7 @@ int PerformMainEntry(int argc, WChar** argv)
     MainQueue::attach();
 
     // 5. The main thread is the apartment-threaded COM thread.
-    AppPlatform::initApartment();
+    VexAPI::platform::initApartment();
 
     // 6. The application's three stages.
     if (Application* app = Application::getApp()) {
@@ -50,7 +55,7 @@ int PerformMainEntry(int argc, WChar** argv)
     }
 
     // 7. The process ends with 0 whatever quitApplication was given.
-    AppPlatform::endApartment();
+    VexAPI::platform::endApartment();
     MainQueue::detach();
     MainMutex::close();
     return 0;

@@ -7,6 +7,8 @@
 
 #include <atomic>
 
+using VexAPI::platform::MainQueue;
+
 namespace {
 
 // The private thread message that wakes a running wait.

@@ -1,5 +1,5 @@
-// MainQueue and MainMutex: the main thread's message queue and the main mutex, as the
-// frame's loops use them. Declared once here; each platform folder implements them.
+// The main-queue seam: the main thread's message queue as the frame's loops use it. Each
+// platform folder implements it (mainqueue_<platform>.cpp).
 #pragma once
 
 #include <vexapi/core/api.h>
@@ -7,6 +7,9 @@
 #include <cstdint>
 
 class Object;
+
+namespace VexAPI {
+namespace platform {
 
 // The message queue of the main thread. On Windows it is the thread's own Win32 queue;
 // on Linux the library keeps one, so that the same loops run on both builds.
@@ -67,25 +70,5 @@ public:
     static void postQuit(int code);
 };
 
-// The main mutex: recursive, unnamed, created unowned at entry. It guards the loop controls
-// of the frame (asyncComplete, exit_loop) and is held across each dispatch of enter_loop.
-// Before create() and after close(), lock and unlock do nothing.
-class MainMutex {
-public:
-    MainMutex() = delete;
-
-    static bool create();
-    static void close();
-    static bool exists();
-    static void lock();
-    static void unlock();
-
-    // Holds the mutex for its scope.
-    class Lock {
-    public:
-        Lock() { MainMutex::lock(); }
-        ~Lock() { MainMutex::unlock(); }
-        Lock(const Lock&) = delete;
-        Lock& operator=(const Lock&) = delete;
-    };
-};
+} // namespace platform
+} // namespace VexAPI

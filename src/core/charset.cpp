@@ -12,7 +12,7 @@
 #include <cstring>
 #include <mutex>
 
-using VexAPI::CharsetPlatform::kUnassigned;
+using VexAPI::platform::kUnassigned;
 
 namespace {
 
@@ -99,7 +99,7 @@ std::once_flag g_tableOnce[kTableSize];
 
 void buildTable(const Entry& entry, SingleByteTable& t)
 {
-    if (!VexAPI::CharsetPlatform::decodeTable(entry.info, t.decode))
+    if (!VexAPI::platform::decodeTable(entry.info, t.decode))
         return;
     for (int b = 0; b < 256; ++b) {
         std::uint16_t& u = t.decode[b];
@@ -543,7 +543,7 @@ int mbs2mbs(char* dst, const char* src, const char* fromCharset, const char* toC
 
 const char* getStdCharset()
 {
-    const VexAPI::CharsetPlatform::StdCharset platform = VexAPI::CharsetPlatform::stdCharset();
+    const VexAPI::platform::StdCharset platform = VexAPI::platform::stdCharset();
     if (platform.codePage) {
         for (int i = 0; i < kTableSize; ++i)
             if (kTable[i].info.codePage == platform.codePage)

@@ -1,4 +1,4 @@
-// What a platform folder supplies to the charset conversions: the byte table of a single-byte
+// The charset seam: what a platform folder supplies to the charset conversions: the byte table of a single-byte
 // code page and the name of the platform's 8-bit charset. Internal to the library.
 #pragma once
 
@@ -7,7 +7,7 @@
 #include <cstdint>
 
 namespace VexAPI {
-namespace CharsetPlatform {
+namespace platform {
 
 // Marks a byte that the code page leaves unassigned in a table filled below.
 const std::uint16_t kUnassigned = 0xFFFF;
@@ -25,5 +25,5 @@ struct StdCharset {
 };
 StdCharset stdCharset();
 
-} // namespace CharsetPlatform
+} // namespace platform
 } // namespace VexAPI

@@ -1,6 +1,8 @@
 // Text files: line reads, the byte-order mark test, and the UTF-8 and UCS-2 writers and
-// reader. Opening by a 16-bit name (wfopen) is the platform folder's.
+// reader, and opening a file by a 16-bit name.
 #include <vexapi/core/textfile.h>
+
+#include "platform_file.h"
 
 #include <vexapi/core/charset.h>
 #include "platformtext.h"
@@ -76,6 +78,11 @@ std::string toUtf8(const WChar* text, int size)
 }
 
 } // namespace
+
+FILE* wfopen(const WChar* path, const char* mode)
+{
+    return VexAPI::platform::openFile(path, mode);
+}
 
 bool fileExists(const WChar* path)
 {

@@ -14,8 +14,10 @@ using OrvCPP::OrvDec;
 
 namespace DataSourceAPI {
 
-namespace Collation {
+namespace detail {
 
+// Code point order of two UTF-16 texts (a surrogate pair sorts after every BMP unit), the
+// order the "C" locale gives on both platforms.
 int codePointCompare(const WChar* a, int aLen, const WChar* b, int bLen)
 {
     // In UTF-16 a surrogate (D800-DFFF) stands below E000-FFFF although the character it
@@ -33,7 +35,7 @@ int codePointCompare(const WChar* a, int aLen, const WChar* b, int bLen)
     return aLen < bLen ? -1 : aLen > bLen ? 1 : 0;
 }
 
-} // namespace Collation
+} // namespace detail
 
 namespace {
 
@@ -77,7 +79,7 @@ int compare(const void* a, int aLen, const void* b, int bLen, Type type)
     case tChar: {
         const char* x = static_cast<const char*>(a);
         const char* y = static_cast<const char*>(b);
-        const int r = Collation::collateChar(x, int(std::strlen(x)), y, int(std::strlen(y)));
+        const int r = VexAPI::platform::collateChar(x, int(std::strlen(x)), y, int(std::strlen(y)));
         // Texts the locale finds equal are still two texts: order them by their bytes, so
         // that 0 means identical and a change is never mistaken for none.
         return r != 0 ? sign(r) : sign(std::strcmp(x, y));
@@ -86,8 +88,8 @@ int compare(const void* a, int aLen, const void* b, int bLen, Type type)
         const WChar* x = static_cast<const WChar*>(a);
         const WChar* y = static_cast<const WChar*>(b);
         const int xl = wstrlen(x), yl = wstrlen(y);
-        const int r = Collation::collateText(x, xl, y, yl);
-        return r != 0 ? sign(r) : Collation::codePointCompare(x, xl, y, yl);
+        const int r = VexAPI::platform::collateText(x, xl, y, yl);
+        return r != 0 ? sign(r) : detail::codePointCompare(x, xl, y, yl);
     }
     case tByte: {
         const int n = aLen < bLen ? aLen : bLen;

@@ -4,8 +4,8 @@
 
 #include <vexapi/core/types.h>
 
-namespace DataSourceAPI {
-namespace Collation {
+namespace VexAPI {
+namespace platform {
 
 // Three-way comparisons (negative, 0, positive) of two terminated texts of `aLen` and
 // `bLen` units (terminator not counted), by the locale's collation:
@@ -18,9 +18,6 @@ namespace Collation {
 int collateChar(const char* a, int aLen, const char* b, int bLen);
 int collateText(const WChar* a, int aLen, const WChar* b, int bLen);
 
-// Code point order of two UTF-16 texts (a surrogate pair sorts after every BMP unit), the
-// order the "C" locale gives on both platforms.
-int codePointCompare(const WChar* a, int aLen, const WChar* b, int bLen);
 
-} // namespace Collation
-} // namespace DataSourceAPI
+} // namespace platform
+} // namespace VexAPI

@@ -13,6 +13,10 @@
 #include <functional>
 #include <mutex>
 #include <thread>
+#include "platform_mainmutex.h"
+
+using VexAPI::platform::MainQueue;
+using VexAPI::platform::MainMutex;
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cwchar>
 #include <memory>
 
-namespace DataSourceAPI {
-namespace Collation {
+namespace VexAPI {
+namespace platform {
 
 namespace {
 
@@ -57,5 +57,5 @@ int collateText(const WChar* a, int aLen, const WChar* b, int bLen)
     return std::wcscoll(wa, wb);
 }
 
-} // namespace Collation
-} // namespace DataSourceAPI
+} // namespace platform
+} // namespace VexAPI

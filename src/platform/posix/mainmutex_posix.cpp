@@ -1,8 +1,11 @@
 // MainMutex on Linux: a recursive pthread mutex, as a Win32 mutex is recursive for the
 // thread that owns it (enter_loop holds it while a dispatched handler may take it again).
-#include <vexapi/app/platform_mainqueue.h>
+#include <vexapi/app/platform_mainmutex.h>
 
 #include <pthread.h>
+
+namespace VexAPI {
+namespace platform {
 
 namespace {
 
@@ -53,3 +56,6 @@ void MainMutex::unlock()
     if (s_mutex)
         pthread_mutex_unlock(s_mutex);
 }
+
+} // namespace platform
+} // namespace VexAPI

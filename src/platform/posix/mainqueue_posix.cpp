@@ -8,6 +8,9 @@
 #include <mutex>
 #include <thread>
 
+namespace VexAPI {
+namespace platform {
+
 namespace {
 
 struct QueuedMessage {
@@ -189,3 +192,6 @@ void MainQueue::postQuit(int code)
     }
     q.ready.notify_one();
 }
+
+} // namespace platform
+} // namespace VexAPI

@@ -7,7 +7,7 @@
 #include <cstdio>
 
 namespace VexAPI {
-namespace CharsetPlatform {
+namespace platform {
 
 bool decodeTable(const CharsetInfo& charset, std::uint16_t table[256])
 {
@@ -36,5 +36,5 @@ StdCharset stdCharset()
     return StdCharset{name, cp};
 }
 
-} // namespace CharsetPlatform
+} // namespace platform
 } // namespace VexAPI

@@ -7,8 +7,8 @@
 #include <clocale>
 #include <cstring>
 
-namespace DataSourceAPI {
-namespace Collation {
+namespace VexAPI {
+namespace platform {
 
 namespace {
 
@@ -45,8 +45,9 @@ int collateText(const WChar* a, int aLen, const WChar* b, int bLen)
         if (r != 0)
             return fromCompareString(r);
     }
-    return codePointCompare(a, aLen, b, bLen);
+    // A tie: compare() breaks it by code point, the order the C runtime gives in "C".
+    return 0;
 }
 
-} // namespace Collation
-} // namespace DataSourceAPI
+} // namespace platform
+} // namespace VexAPI

@@ -1,8 +1,11 @@
 // MainMutex on Windows: an unnamed Win32 mutex, created unowned. A thread that owns it may
 // take it again, which enter_loop relies on when a dispatched handler calls exit_loop.
-#include <vexapi/app/platform_mainqueue.h>
+#include <vexapi/app/platform_mainmutex.h>
 
 #include <windows.h>
+
+namespace VexAPI {
+namespace platform {
 
 namespace {
 
@@ -40,3 +43,6 @@ void MainMutex::unlock()
     if (s_mutex)
         ReleaseMutex(s_mutex);
 }
+
+} // namespace platform
+} // namespace VexAPI

@@ -8,6 +8,9 @@
 #include <atomic>
 #include <cstring>
 
+namespace VexAPI {
+namespace platform {
+
 static_assert(sizeof(MSG) <= sizeof(MainQueue::Message::native), "a MSG fits the record");
 
 namespace {
@@ -156,3 +159,6 @@ void MainQueue::postQuit(int code)
 {
     PostQuitMessage(code);
 }
+
+} // namespace platform
+} // namespace VexAPI

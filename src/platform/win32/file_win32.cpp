@@ -1,14 +1,17 @@
-// Opening a file by a 16-bit name on Windows: the name goes to _wfopen as it is.
-#include <vexapi/core/textfile.h>
+// The file seam on Windows: the 16-bit name goes to _wfopen as it is.
+#include <vexapi/core/platform_file.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <wchar.h>
 
-FILE* wfopen(const WChar* path, const char* mode)
+std::FILE* VexAPI::platform::openFile(const WChar* path, const char* mode)
 {
     if (!path || !mode) {
         errno = EINVAL;
+        return nullptr;
+    }
+    if (!*path) {
+        errno = ENOENT;
         return nullptr;
     }
     // fopen's modes are ASCII: widened byte by byte.

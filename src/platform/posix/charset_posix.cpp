@@ -6,7 +6,7 @@
 #include <langinfo.h>
 
 namespace VexAPI {
-namespace CharsetPlatform {
+namespace platform {
 
 bool decodeTable(const CharsetInfo& charset, std::uint16_t table[256])
 {
@@ -42,5 +42,5 @@ StdCharset stdCharset()
     return StdCharset{nl_langinfo(CODESET), 0};
 }
 
-} // namespace CharsetPlatform
+} // namespace platform
 } // namespace VexAPI

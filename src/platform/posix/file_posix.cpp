@@ -1,6 +1,7 @@
-// Opening a file by a 16-bit name on POSIX systems: the name is encoded as UTF-8.
+// The file seam on POSIX systems: the 16-bit name is encoded as UTF-8, the file-name
+// convention every Linux desktop follows.
 #include <vexapi/core/charset.h>
-#include <vexapi/core/textfile.h>
+#include <vexapi/core/platform_file.h>
 #include <vexapi/core/wtext.h>
 
 #include <sys/stat.h>
@@ -8,27 +9,27 @@
 #include <cerrno>
 #include <string>
 
-FILE* wfopen(const WChar* path, const char* mode)
+std::FILE* VexAPI::platform::openFile(const WChar* path, const char* mode)
 {
     if (!path || !mode) {
         errno = EINVAL;
         return nullptr;
     }
-    const int length = wstrlen(path);
-    if (length == 0) {
+    if (!*path) {
         errno = ENOENT;
         return nullptr;
     }
-    // File names on Linux are bytes; UTF-8 is the convention every desktop follows.
-    const int need = wcs2mbs(nullptr, path, "UTF-8", 0, length);
-    if (need <= 0) {
+    const std::string name = utf8FromWide(path);
+    if (name.empty()) {
         errno = EINVAL;
         return nullptr;
     }
-    std::string name(static_cast<size_t>(need) + 1, '\0');
-    wcs2mbs(&name[0], path, "UTF-8", need + 1, length);
-    name.resize(static_cast<size_t>(need));
-    FILE* f = std::fopen(name.c_str(), mode);
+    // Text and binary are one here; glibc's fopen has no "t".
+    std::string plain;
+    for (const char* m = mode; *m; ++m)
+        if (*m != 't')
+            plain += *m;
+    std::FILE* f = std::fopen(name.c_str(), plain.c_str());
     if (!f)
         return nullptr;
     // glibc opens a directory for reading, and the reads fail later; Windows refuses it at
