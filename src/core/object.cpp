@@ -91,10 +91,16 @@ int ObjectList::countOf(Object* object)
 
 // ---- Object ----
 
-Object::Object() : m_deliveries(nullptr) {}
+namespace VexAPI {
+namespace detail {
+void forgetInDeliveries(Object* dying);
+} // namespace detail
+} // namespace VexAPI
+
+Object::Object() {}
 
 // A copy has no subscriptions: the links belong to the original.
-Object::Object(const Object&) : m_deliveries(nullptr) {}
+Object::Object(const Object&) {}
 
 Object& Object::operator=(const Object&)
 {
@@ -107,10 +113,9 @@ Object::~Object()
     //    dynamic type is Object, so the virtual slot resolves to Object::onDtor.
     send(this, &Object::onDtor);
 
-    // Deliveries still running on this object as sender must not touch it again.
-    for (Delivery* d = m_deliveries; d; d = d->outer)
-        d->senderAlive = false;
-    m_deliveries = nullptr;
+    // The deliveries in progress must not touch this object again, neither as their sender
+    // nor as a recipient later in their snapshot.
+    VexAPI::detail::forgetInDeliveries(this);
 
     // 2. Leave every sender we subscribed to.
     for (ObjectList::Iterator it = m_senders.begin(); it != m_senders.end(); ++it) {
@@ -154,6 +159,36 @@ void Object::removeSubscriber(Object* recipient)
 
 namespace VexAPI {
 namespace detail {
+
+namespace {
+// The deliveries in progress on this thread, innermost first. Signals are delivered on the
+// thread that sends them, so a thread-local stack sees every delivery that a destructor on
+// this thread can disturb.
+thread_local Object::Delivery* t_deliveries = nullptr;
+} // namespace
+
+void enterDelivery(Object::Delivery* delivery)
+{
+    delivery->outer = t_deliveries;
+    t_deliveries = delivery;
+}
+
+void leaveDelivery(Object::Delivery* delivery)
+{
+    // Sends nest strictly (the guard lives on the stack), so this is the innermost.
+    t_deliveries = delivery->outer;
+}
+
+void forgetInDeliveries(Object* dying)
+{
+    for (Object::Delivery* d = t_deliveries; d; d = d->outer) {
+        if (d->sender == dying)
+            d->senderAlive = false;
+        for (int i = 0; i < d->count; ++i)
+            if (d->records[i].object == dying)
+                d->records[i].recipient = nullptr;
+    }
+}
 
 void subscribeEntry(Object* sender, const PMF& signal, void* recipient, Object* recipientObject,
                     const PMF& slot, SlotCaller caller, unsigned short priority)

@@ -332,6 +332,75 @@ TEST(Destruction, SenderDestroyedInsideANestedDelivery)
     EXPECT_EQ(j, (Journal{"spy", "spy"}));
 }
 
+// A recipient with two slots on one signal; the first may destroy the object itself.
+class Victim : public virtual Object {
+public:
+    explicit Victim(Journal* journal) : m_journal(journal) {}
+    SlotResult hear(Object*, int)
+    {
+        Journal* journal = m_journal;
+        journal->push_back("victim");
+        if (selfDestroy)
+            delete this; // nothing of this object is touched after this line
+        return SlotContinue;
+    }
+    SlotResult hearAgain(Object*, int)
+    {
+        m_journal->push_back("victim again");
+        return SlotContinue;
+    }
+    bool selfDestroy = false;
+
+private:
+    Journal* m_journal;
+};
+
+// A recipient destroyed while a delivery holds it in its snapshot: by an earlier slot, after
+// an unsubscription in the same delivery, by itself between two of its slots, and inside
+// a nested delivery of another sender. None may be called afterwards (ASan reports any
+// call on the freed object).
+TEST(Destruction, RecipientDestroyedDuringADeliveryIsNotCalledAfterwards)
+{
+    enum Case { ByEarlierSlot, AfterUnsubscribe, BySelf, InNestedDelivery };
+    for (Case c : {ByEarlierSlot, AfterUnsubscribe, BySelf, InNestedDelivery}) {
+        SCOPED_TRACE(int(c));
+        Journal j;
+        Sender s(&j);
+        Sender other;
+        IntSpy first(&s, &Sender::onValue, 1000, &j, "first");
+        Victim* victim = new Victim(&j);
+        subscribe(&s, &Sender::onValue, victim, &Victim::hear);
+        IntSpy last(&s, &Sender::onValue, 1000, &j, "last");
+        subscribe(&s, &Sender::onValue, victim, &Victim::hearAgain);
+        IntSpy nested(&other, &Sender::onValue, 1000, &j, "nested");
+        nested.action = [&] { delete victim; };
+        switch (c) {
+        case ByEarlierSlot:
+            first.action = [&] { delete victim; };
+            break;
+        case AfterUnsubscribe:
+            first.action = [&] {
+                unsubscribe(&s, &Sender::onValue, victim, &Victim::hear);
+                unsubscribe(&s, &Sender::onValue, victim, &Victim::hearAgain);
+                delete victim;
+            };
+            break;
+        case BySelf:
+            victim->selfDestroy = true;
+            break;
+        case InNestedDelivery:
+            first.action = [&] { send(&other, &Sender::onValue, 7); };
+            break;
+        }
+        EXPECT_TRUE(send(&s, &Sender::onValue, 1));
+        const Journal expected = c == BySelf ? Journal{"first", "victim", "last", "own"}
+                               : c == InNestedDelivery ? Journal{"first", "nested", "last", "own"}
+                                                       : Journal{"first", "last", "own"};
+        EXPECT_EQ(j, expected);
+        EXPECT_EQ(s.recipientList().size(), 2u); // first and last only
+    }
+}
+
 class Thrower : public virtual Object {
 public:
     SlotResult boom(Object*, int) { throw std::runtime_error("slot failed"); }

@@ -16,7 +16,7 @@
 #include <new>
 
 class Object;
-namespace VexAPI { namespace detail { class DeliveryGuard; } }
+namespace VexAPI { namespace detail { class DeliveryGuard; struct DeliveryRecord; } }
 
 // What a slot tells the delivery in progress. Any other value counts as SlotContinue (the
 // fixed underlying type makes every int a valid value).
@@ -116,18 +116,24 @@ public:
     ObjectList& senderList() { return m_senders; }
     ObjectList& recipientList() { return m_recipients; }
 
-    // A delivery in progress on this object, as the sender. Deliveries nest, so they form a
-    // stack through `outer`; the destructor marks them all so that a delivery whose sender
-    // was destroyed by one of its recipients never touches the sender again.
+    // A delivery in progress. The deliveries of a thread form a stack through `outer`
+    // (sends nest). Invariants, kept by ~Object, which walks the stack:
+    //  1. A delivery whose sender was destroyed by one of its recipients never touches the
+    //     sender again (`senderAlive` false).
+    //  2. A recipient destroyed during a delivery (by another slot, say) is never called by
+    //     it afterwards: its records in the snapshot lose their recipient. This holds also
+    //     for a recipient that was unsubscribed earlier in the same delivery.
     struct Delivery {
         Delivery* outer;
+        Object* sender;
         bool senderAlive;
+        VexAPI::detail::DeliveryRecord* records; // the delivery's snapshot
+        int count;
     };
 
 private:
     friend class VexAPI::detail::DeliveryGuard;
 
-    Delivery* m_deliveries;
     BasicList m_signals;
     ObjectList m_senders;
     ObjectList m_recipients;
@@ -156,7 +162,8 @@ VEXAPI_API void unsubscribeEntry(Object* sender, const PMF& signal, void* recipi
 
 // What a delivery needs of one subscription: who, which slot, and how to call it.
 struct DeliveryRecord {
-    void* recipient;
+    void* recipient;        // null once the recipient object was destroyed mid-delivery
+    Object* object;         // the recipient's Object base, to find its records
     SlotCaller caller;
     PMF slot;
 };
@@ -176,6 +183,7 @@ public:
         for (RecipientsList::Iterator it = list.begin(); it != list.end() && m_size < count; ++it) {
             DeliveryRecord& r = m_records[m_size++];
             r.recipient = it->recipient;
+            r.object = it->object;
             r.caller = it->caller;
             r.slot = it->slot;
         }
@@ -185,6 +193,7 @@ public:
 
     int size() const { return m_size; }
     const DeliveryRecord& operator[](int i) const { return m_records[i]; }
+    DeliveryRecord* records() { return m_records; }
 
 private:
     static const int InlineCount = 8;
@@ -207,26 +216,34 @@ inline RecipientsList* findSignal(BasicList& signals, const PMF& signal)
     return it == signals.end() ? nullptr : &*it;
 }
 
-// Links a delivery record into the sender for the duration of one send.
+// The calling thread's stack of deliveries: a delivery enters it before its first slot runs
+// and leaves it when the send returns or throws.
+VEXAPI_API void enterDelivery(Object::Delivery* delivery);
+VEXAPI_API void leaveDelivery(Object::Delivery* delivery);
+
+// Keeps one send's delivery record on the thread's stack for the duration of the send.
 class DeliveryGuard {
 public:
-    explicit DeliveryGuard(Object* sender) : m_sender(sender)
+    explicit DeliveryGuard(Object* sender)
     {
-        m_record.outer = sender->m_deliveries;
+        m_record.sender = sender;
         m_record.senderAlive = true;
-        sender->m_deliveries = &m_record;
+        m_record.records = nullptr;
+        m_record.count = 0;
+        enterDelivery(&m_record);
     }
-    ~DeliveryGuard()
-    {
-        if (m_record.senderAlive)
-            m_sender->m_deliveries = m_record.outer;
-    }
+    ~DeliveryGuard() { leaveDelivery(&m_record); }
     DeliveryGuard(const DeliveryGuard&) = delete;
     DeliveryGuard& operator=(const DeliveryGuard&) = delete;
     bool senderAlive() const { return m_record.senderAlive; }
+    // Lets ~Object of a recipient find the snapshot's records.
+    void watch(Snapshot& snapshot)
+    {
+        m_record.records = snapshot.records();
+        m_record.count = snapshot.size();
+    }
 
 private:
-    Object* m_sender;
     Object::Delivery m_record;
 };
 
@@ -265,7 +282,7 @@ void unsubscribe(S* sender, bool (C::*signal)(A...), R* recipient,
 //
 // If a recipient destroys the sender, the delivery goes on with the remaining records,
 // but the sender's own member function cannot run on the dead object: send then returns
-// false.
+// false. A recipient destroyed during the delivery is skipped from then on.
 template <class S, class C, class... A, class... P>
 bool send(S* sender, bool (C::*signal)(A...), P&&... args)
 {
@@ -281,8 +298,11 @@ bool send(S* sender, bool (C::*signal)(A...), P&&... args)
     VexAPI::detail::DeliveryGuard guard(senderObject);
     {
         VexAPI::detail::Snapshot snapshot(*list);
+        guard.watch(snapshot);
         for (int i = 0; i < snapshot.size(); ++i) {
             const VexAPI::detail::DeliveryRecord& r = snapshot[i];
+            if (!r.recipient)
+                continue; // destroyed by an earlier slot of this delivery
             VexAPI::detail::CallerOf<A...> call = reinterpret_cast<VexAPI::detail::CallerOf<A...>>(r.caller);
             int result = call(r.recipient, senderObject, &r.slot, args...);
             if (result == SlotStopTrue)
