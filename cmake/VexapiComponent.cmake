@@ -34,7 +34,11 @@ set(VEXAPI_PUBLIC_INCLUDE ${PROJECT_SOURCE_DIR}/include)
 # the stale ones of an earlier configure can be removed.
 function(_vexapi_forward view relative real)
   set(out ${view}/vexapi/${relative})
-  file(CONFIGURE OUTPUT ${out} CONTENT "#include \"${real}\"\n" @ONLY)
+  # Relative to the forwarder, so that two clones make the same text (the compiler cache
+  # then serves one clone from the other's work).
+  get_filename_component(out_dir ${out} DIRECTORY)
+  file(RELATIVE_PATH target ${out_dir} ${real})
+  file(CONFIGURE OUTPUT ${out} CONTENT "#include \"${target}\"\n" @ONLY)
   set_property(GLOBAL APPEND PROPERTY _VEXAPI_VIEW_FILES_${view} ${out})
 endfunction()
 

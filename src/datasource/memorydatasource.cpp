@@ -2,6 +2,35 @@
 // position rules, inner sources, and the hooks sent on to the owner.
 #include <vexapi/datasource/memorydatasource.h>
 
+namespace {
+
+// Asks the cache for a row's block: its links, bits and the start of its values.
+inline void prefetchRow(const void* row)
+{
+#if defined(__GNUC__)
+    __builtin_prefetch(row);
+    __builtin_prefetch(static_cast<const char*>(row) + 64);
+    __builtin_prefetch(static_cast<const char*>(row) + 128);
+    __builtin_prefetch(static_cast<const char*>(row) + 192);
+#else
+    (void)row;
+#endif
+}
+
+} // namespace
+
+void DataSourceAPI::MemoryDataSource::RIterator::operator++(int)
+{
+    ++m_it;
+    prefetchRow(m_it.base().node()->next);
+}
+
+void DataSourceAPI::MemoryDataSource::RIterator::operator--(int)
+{
+    --m_it;
+    prefetchRow(m_it.base().node()->prev);
+}
+
 namespace DataSourceAPI {
 
 using DataRepresentationWithNulls::DSValue;

@@ -24,6 +24,30 @@ endif()
 run(${CMAKE_COMMAND} ${configure_args})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 
+# What is installed is the public API exactly: every header of include/vexapi (the Windows
+# platform's only on Windows) and nothing from beside the sources.
+file(READ ${WORK_DIR}/build/installed_headers.txt installed)
+file(GLOB_RECURSE public RELATIVE ${SOURCE_DIR}/include ${SOURCE_DIR}/include/vexapi/*.h)
+if(NOT EMULATOR)
+  list(FILTER public EXCLUDE REGEX "^vexapi/platform/win32/")
+endif()
+list(SORT installed)
+list(SORT public)
+if(NOT installed STREQUAL public)
+  message(FATAL_ERROR "installed headers differ from include/vexapi:\n${installed}\n--\n${public}")
+endif()
+
+# The installed library finds its neighbours relative to itself, never in the build tree.
+if(NOT EMULATOR)
+  file(GLOB libraries ${prefix}/lib*/libvexapi*.so)
+  foreach(library IN LISTS libraries)
+    execute_process(COMMAND readelf -d ${library} OUTPUT_VARIABLE dynamic)
+    if(NOT dynamic MATCHES "RUNPATH[^\n]*\\[\\$ORIGIN\\]" OR dynamic MATCHES "${BUILD_DIR}")
+      message(FATAL_ERROR "${library}: RUNPATH is not $ORIGIN alone:\n${dynamic}")
+    endif()
+  endforeach()
+endif()
+
 if(EMULATOR)
   # The installed DLL beside the executable, as a user ships it.
   file(GLOB dlls ${prefix}/bin/*.dll)

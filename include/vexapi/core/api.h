@@ -11,6 +11,8 @@
 #  else
 #    define VEXAPI_API __declspec(dllimport)
 #  endif
-#else
+#elif defined(__GNUC__)
 #  define VEXAPI_API __attribute__((visibility("default")))
+#else
+#  define VEXAPI_API
 #endif

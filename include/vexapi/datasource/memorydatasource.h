@@ -33,30 +33,13 @@ public:
         {
             return m_it == static_cast<const RIterator&>(other).m_it;
         }
-        // A walk is a chase of list links through blocks far apart: ask for the row after
-        // the new one while this one is being read.
-        void operator++(int) override
-        {
-            ++m_it;
-            prefetchRow(m_it.base().node()->next);
-        }
-        void operator--(int) override
-        {
-            --m_it;
-            prefetchRow(m_it.base().node()->prev);
-        }
+        // A walk is a chase of list links through blocks far apart: each step asks the
+        // cache for the row after the new one while this one is being read.
+        void operator++(int) override;
+        void operator--(int) override;
 
         MemoryDS::iterator m_it;
     };
-
-    // Asks the cache for a row's block: its links, bits and the start of its values.
-    static void prefetchRow(const void* row)
-    {
-        __builtin_prefetch(row);
-        __builtin_prefetch(static_cast<const char*>(row) + 64);
-        __builtin_prefetch(static_cast<const char*>(row) + 128);
-        __builtin_prefetch(static_cast<const char*>(row) + 192);
-    }
 
     // The rows, with the hooks sent on to the owner's DataSource operations, each with a
     // new position for the record.
