@@ -4,6 +4,7 @@
 #include <vexapi/app/platform_services.h>
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wstring.h>
+#include <vexapi/core/wtext.h>
 
 #include <cerrno>
 #include <climits>
@@ -17,20 +18,6 @@
 #include <unistd.h>
 
 namespace {
-
-
-
-
-// Copies at most size - 1 characters and a terminator; gives the whole length.
-int copyOut(const WString& text, WChar* buffer, int size)
-{
-    if (buffer && size > 0) {
-        std::size_t n = text.size() < std::size_t(size - 1) ? text.size() : std::size_t(size - 1);
-        std::memcpy(buffer, text.data(), n * sizeof(WChar));
-        buffer[n] = 0;
-    }
-    return int(text.size());
-}
 
 std::string withoutTrailingSlashes(std::string path)
 {
@@ -66,7 +53,7 @@ int AppPlatform::programPath(WChar* buffer, int size)
         return 0;
     }
     path[n] = 0;
-    return copyOut(wideFromUtf8(path), buffer, size);
+    return wstrlcpy(buffer, wideFromUtf8(path).c_str(), size);
 }
 
 int AppPlatform::userSettingsFolder(WChar* buffer, int size)
@@ -94,7 +81,7 @@ int AppPlatform::userSettingsFolder(WChar* buffer, int size)
     WString wide = wideFromUtf8(folder.c_str());
     if (!buffer || int(wide.size()) >= size)
         return 0;
-    return copyOut(wide, buffer, size);
+    return wstrlcpy(buffer, wide.c_str(), size);
 }
 
 int AppPlatform::tempFolder(WChar* buffer, int size)
@@ -107,7 +94,7 @@ int AppPlatform::tempFolder(WChar* buffer, int size)
     // Like GetTempPathW: a buffer too small receives nothing, and the length tells so.
     if (!buffer || int(wide.size()) >= size)
         return int(wide.size());
-    return copyOut(wide, buffer, size);
+    return wstrlcpy(buffer, wide.c_str(), size);
 }
 
 bool AppPlatform::createTempFile(const WChar* folder, const WChar* prefix, WChar* buffer,
@@ -123,7 +110,7 @@ bool AppPlatform::createTempFile(const WChar* folder, const WChar* prefix, WChar
         ::unlink(name.c_str());
         return false;
     }
-    copyOut(wide, buffer, size);
+    wstrlcpy(buffer, wide.c_str(), size);
     return true;
 }
 

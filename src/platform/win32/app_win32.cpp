@@ -2,6 +2,7 @@
 // files, COM, narrowing, and the Application members that are bound to the platform.
 #include <vexapi/app/application.h>
 #include <vexapi/app/platform_services.h>
+#include <vexapi/core/wtext.h>
 
 #include <windows.h>
 #include <objbase.h>
@@ -15,17 +16,6 @@
 static_assert(sizeof(OSVERSIONINFOW) == 276, "the version record is 276 bytes");
 
 namespace {
-
-// Copies at most size - 1 characters and a terminator; gives the whole length.
-int copyOut(const WChar* text, int length, WChar* buffer, int size)
-{
-    if (buffer && size > 0) {
-        int n = length < size - 1 ? length : size - 1;
-        std::memcpy(buffer, text, std::size_t(n) * sizeof(WChar));
-        buffer[n] = 0;
-    }
-    return length;
-}
 
 bool s_versionKnown = false;
 OSVERSIONINFOW s_version;
@@ -58,7 +48,7 @@ int AppPlatform::programPath(WChar* buffer, int size)
             buffer[0] = 0;
         return 0;
     }
-    return copyOut(path, int(n), buffer, size);
+    return wstrlcpy(buffer, path, size); // GetModuleFileNameW terminated it
 }
 
 int AppPlatform::userSettingsFolder(WChar* buffer, int size)
@@ -80,7 +70,7 @@ int AppPlatform::userSettingsFolder(WChar* buffer, int size)
     int length = found ? lstrlenW(path) : 0;
     if (length <= 0 || length >= size)
         return 0;
-    return copyOut(path, length, buffer, size);
+    return wstrlcpy(buffer, path, size);
 }
 
 int AppPlatform::tempFolder(WChar* buffer, int size)
