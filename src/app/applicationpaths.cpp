@@ -2,6 +2,7 @@
 // and the table of temporary names.
 #include <vexapi/app/application.h>
 #include <vexapi/core/wstring.h>
+#include <vexapi/core/wtext.h>
 
 #include <vexapi/core/textfile.h>
 
@@ -13,45 +14,6 @@
 #include <vector>
 
 namespace {
-
-
-std::size_t textLength(const WChar* s)
-{
-    std::size_t n = 0;
-    if (s)
-        while (s[n])
-            ++n;
-    return n;
-}
-
-bool textEqual(const WChar* a, const WChar* b)
-{
-    while (*a && *a == *b) {
-        ++a;
-        ++b;
-    }
-    return *a == *b;
-}
-
-WChar* copyText(const WChar* s)
-{
-    std::size_t n = textLength(s);
-    WChar* copy = new WChar[n + 1];
-    std::memcpy(copy, s, n * sizeof(WChar));
-    copy[n] = 0;
-    return copy;
-}
-
-// Copies at most size - 1 characters of `text` and a terminator; gives the whole length.
-int copyOut(const WString& text, WChar* buffer, int size)
-{
-    if (buffer && size > 0) {
-        std::size_t n = text.size() < std::size_t(size - 1) ? text.size() : std::size_t(size - 1);
-        std::memcpy(buffer, text.data(), n * sizeof(WChar));
-        buffer[n] = 0;
-    }
-    return int(text.size());
-}
 
 void appendAscii(WString& text, const char* ascii)
 {
@@ -91,7 +53,7 @@ int Application::getExecutablePath(WChar* buffer, int size)
     for (std::size_t i = 0; i < program.size(); ++i)
         if (isPathSep(program[i]))
             cut = i;
-    return copyOut(program.substr(0, cut), buffer, size);
+    return wstrlcpy(buffer, program.substr(0, cut).c_str(), size);
 }
 
 int Application::getSavablePath(WChar* buffer, int size, const WChar* subDir)
@@ -119,7 +81,7 @@ int Application::getSavablePath(WChar* buffer, int size, const WChar* subDir)
         if (VexAPI::platform::makeDirectory(path.c_str(), nullptr) == 3)
             return getExecutablePath(buffer, size);
     }
-    return copyOut(path, buffer, size);
+    return wstrlcpy(buffer, path.c_str(), size);
 }
 
 const WChar* Application::getSavableFile(const WChar* name)
@@ -136,7 +98,7 @@ const WChar* Application::getSavableFile(const WChar* name)
         at = std::size_t(s_savableLength);
         s_savableFile[at++] = pathSep();
     }
-    std::size_t n = textLength(name);
+    std::size_t n = std::size_t(wstrlen(name));
     if (n > SavableBufferSize - 1 - at)
         n = SavableBufferSize - 1 - at;
     std::memcpy(s_savableFile + at, name, n * sizeof(WChar));
@@ -151,7 +113,7 @@ bool Application::createDirectory(const WChar* base, const WChar* path)
     WString buffer(base);
     if (!isPathSep(buffer.back()))
         buffer += pathSep();
-    if (buffer.size() + textLength(path) >= SavableBufferSize)
+    if (buffer.size() + std::size_t(wstrlen(path)) >= SavableBufferSize)
         return false;
     for (const WChar* p = path;; ++p) {
         if (*p && !isPathSep(*p)) {
@@ -178,7 +140,7 @@ WChar* Application::getTemporaryFile()
     if (!folder.empty() && folder.size() <= 245) {
         const WString made = VexAPI::platform::createTempFile(folder.c_str(), WSTR("VXL"));
         if (!made.empty() && made.size() < std::size_t(SystemTempSize)) {
-            copyOut(made, s_systemTempName, SystemTempSize);
+            wstrlcpy(s_systemTempName, made.c_str(), SystemTempSize);
             return s_systemTempName;
         }
         // A name too long for the buffer is not handed out half: the file goes again.
@@ -218,9 +180,9 @@ bool Application::addTmpFileName(const WChar* name)
     if (!name)
         return false;
     for (WChar* known : m_tmpFileNames)
-        if (textEqual(known, name))
+        if (wstrcmp(known, name) == 0)
             return false;
-    m_tmpFileNames.add(copyText(name));
+    m_tmpFileNames.add(wstrdup(name));
     return true;
 }
 
@@ -230,7 +192,7 @@ bool Application::delTmpFileName(const WChar* name, bool removeFile)
         return false;
     for (int i = 0; i < m_tmpFileNames.size(); ++i) {
         WChar* known = m_tmpFileNames[i];
-        if (!textEqual(known, name))
+        if (wstrcmp(known, name) != 0)
             continue;
         m_tmpFileNames.remove(i);
         // The name goes to the system in its 16-bit form, so that names outside the 8-bit

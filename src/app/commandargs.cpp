@@ -1,6 +1,8 @@
 // CommandArgs, and the splitting and joining of command lines in their one-block layout.
 #include <vexapi/app/commandargs.h>
 
+#include <vexapi/core/wtext.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -10,16 +12,6 @@ template <class T>
 bool isBlank(T c)
 {
     return c == T(' ') || c == T('\t') || c == T('\n') || c == T('\r');
-}
-
-template <class T>
-std::size_t textLength(const T* s)
-{
-    std::size_t n = 0;
-    if (s)
-        while (s[n])
-            ++n;
-    return n;
 }
 
 // One scan of a line, used twice: first with null `table` and `out` to count the
@@ -119,16 +111,6 @@ T* makeCommandLine(int argc, const T* const* argv)
     return line;
 }
 
-WChar* copyText(const WChar* s)
-{
-    std::size_t n = textLength(s);
-    WChar* copy = new WChar[n + 1];
-    if (n)
-        std::memcpy(copy, s, n * sizeof(WChar));
-    copy[n] = 0;
-    return copy;
-}
-
 } // namespace
 
 WChar** MakeArgcArgvW(const WChar* line, int* argc)
@@ -159,7 +141,7 @@ CommandArgs::CommandArgs(int argc, const WChar* const* argv)
     m_argc = argc > 0 ? argc : 0;
     m_argv = new WChar*[std::size_t(m_argc) + 1];
     for (int i = 0; i < m_argc; ++i)
-        m_argv[i] = copyText(argv[i]);
+        m_argv[i] = wstrdup(argv[i] ? argv[i] : WSTR("")); // null entries become empty
     m_argv[m_argc] = nullptr;
 }
 
@@ -167,7 +149,7 @@ CommandArgs::CommandArgs(const WChar* cmdLine, int argc)
     : m_argv(nullptr), m_cmdLine(nullptr), m_argc(argc), m_fromLine(true)
 {
     if (cmdLine)
-        m_cmdLine = copyText(cmdLine);
+        m_cmdLine = wstrdup(cmdLine);
     else
         m_argc = 0;
 }

@@ -3,25 +3,10 @@
 
 #include <vexapi/core/charset.h>
 #include <vexapi/core/textfile.h>
+#include <vexapi/core/wtext.h>
 
 #include <cstring>
 #include <ctime>
-
-namespace {
-
-WChar* copyText(const WChar* s)
-{
-    if (!s)
-        return nullptr;
-    std::size_t n = 0;
-    while (s[n])
-        ++n;
-    WChar* copy = new WChar[n + 1];
-    std::memcpy(copy, s, (n + 1) * sizeof(WChar));
-    return copy;
-}
-
-} // namespace
 
 Log::Log() : m_file(nullptr), m_fileName(nullptr), m_started(false), m_ownsFile(false)
 {
@@ -38,7 +23,7 @@ Log::~Log()
 
 void Log::setLogFile(const WChar* name)
 {
-    WChar* copy = copyText(name);
+    WChar* copy = wstrdup(name);
     delete[] m_fileName;
     m_fileName = copy;
 }

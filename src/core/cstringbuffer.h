@@ -1,29 +1,26 @@
-// The block handling that aCString and xCString share: exact-size calloc/realloc/free
-// blocks with no capacity beyond the text. Internal to the library.
+// The one implementation of aCString and xCString: the exact-size calloc/realloc/free block
+// handling (free functions) and every member that does not depend on the unit's width
+// (CStringOps, instantiated for both classes). Internal to the library.
 #pragma once
 
 #include <vexapi/core/types.h>
+#include <vexapi/core/vexassert.h>
+#include <vexapi/core/wtext.h>
 
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
 namespace VexAPI {
-namespace CStringBuffer {
+namespace detail {
 
 // The longest text a string holds: its length must fit the unsigned 32-bit `length`, and
 // the block's byte size a size_t, with room for the terminator.
 const size_t kMaxLength = 0x7FFFFFFE;
 
-template <class Ch>
-size_t textLength(const Ch* s)
-{
-    size_t n = 0;
-    if (s)
-        while (s[n])
-            ++n;
-    return n;
-}
+// Units before the terminator; 0 for null.
+inline size_t textLength(const char* s) { return s ? std::strlen(s) : 0; }
+inline size_t textLength(const WChar* s) { return static_cast<size_t>(wstrlen(s)); }
 
 // Frees the block: the string is empty.
 template <class Ch>
@@ -246,5 +243,140 @@ bool equals(const Ch* data, VULong length, const Ch* text, size_t n)
     return n == 0 || std::memcmp(data, text, n * sizeof(Ch)) == 0;
 }
 
-} // namespace CStringBuffer
+// The members of a string class S (aCString or xCString) whose logic is the same for both
+// widths: S holds its text as the public `data` (Ch*) and `length`, and has a constructor
+// from a counted text. Blank tells the units that trimming drops. The classes' members
+// forward here, so the rules documented in acstring.h hold for both by construction.
+template <class S, class Ch, bool (*Blank)(Ch)>
+struct CStringOps {
+    static constexpr Ch kEmpty[1] = {0};
+
+    static void assignCounted(S& s, const Ch* text, int n)
+    {
+        if (n > 0)
+            assign(s.data, s.length, text, static_cast<size_t>(n));
+    }
+    static void assignText(S& s, const Ch* text) { assign(s.data, s.length, text, textLength(text)); }
+    static void assignString(S& s, const S& other)
+    {
+        if (&s != &other)
+            assign<Ch>(s.data, s.length, other.data, other.length);
+    }
+    // Takes `other`'s block; `other` is left empty.
+    static void take(S& s, S& other) noexcept
+    {
+        if (&s == &other)
+            return;
+        std::free(s.data);
+        s.data = other.data;
+        s.length = other.length;
+        other.data = nullptr;
+        other.length = 0;
+    }
+
+    static void appendText(S& s, const Ch* text) { append(s.data, s.length, text, textLength(text)); }
+    static void appendString(S& s, const S& other)
+    {
+        append<Ch>(s.data, s.length, other.data, other.length);
+    }
+
+    static bool equalsText(const S& s, const Ch* text)
+    {
+        return equals(s.data, s.length, text, textLength(text));
+    }
+    static bool equalsString(const S& s, const S& other)
+    {
+        return equals<Ch>(s.data, s.length, other.data, other.length);
+    }
+
+    // The local `length` keeps the assertions' text what the classes have always reported.
+    static Ch at(const S& s, int i)
+    {
+        const VULong length = s.length;
+        VEX_ASSERT(i >= 0 && static_cast<VULong>(i) <= length);
+        if (i < 0 || static_cast<VULong>(i) >= length)
+            return 0;
+        return s.data[i];
+    }
+    static void setAt(S& s, int i, Ch c)
+    {
+        const VULong length = s.length;
+        VEX_ASSERT(i >= 0 && static_cast<VULong>(i) < length);
+        if (i >= 0 && static_cast<VULong>(i) < length)
+            s.data[i] = c;
+    }
+    static const Ch* text(const S& s) { return s.data ? s.data : kEmpty; }
+
+    static S mid(const S& s, int first)
+    {
+        if (first < 0)
+            first = 0;
+        if (static_cast<VULong>(first) >= s.length)
+            return S();
+        return S(s.data + first, static_cast<int>(s.length) - first);
+    }
+    static S mid(const S& s, int first, int count)
+    {
+        if (first < 1 || count < 1 || static_cast<VULong>(first) >= s.length)
+            return S();
+        const VULong rest = s.length - static_cast<VULong>(first);
+        return S(s.data + first, static_cast<VULong>(count) < rest ? count : static_cast<int>(rest));
+    }
+    static S left(const S& s, int count)
+    {
+        if (count <= 0)
+            return S();
+        return S(s.data, static_cast<VULong>(count) < s.length ? count : static_cast<int>(s.length));
+    }
+    static S right(const S& s, int count)
+    {
+        if (count <= 0)
+            return S();
+        if (static_cast<VULong>(count) >= s.length)
+            return s;
+        return S(s.data + (s.length - static_cast<VULong>(count)), count);
+    }
+
+    static int findUnit(const S& s, Ch c, int start) { return find(s.data, s.length, &c, 1, start); }
+    static int findText(const S& s, const Ch* text, int start)
+    {
+        return find(s.data, s.length, text, textLength(text), start);
+    }
+    static int reverseFind(const S& s, Ch c)
+    {
+        for (VULong i = s.length; i > 0; --i)
+            if (s.data[i - 1] == c)
+                return static_cast<int>(i - 1);
+        return -1;
+    }
+    static int replaceText(S& s, const Ch* from, const Ch* to)
+    {
+        return replace(s.data, s.length, from, textLength(from), to, textLength(to));
+    }
+
+    static S& trimmed(S& s, bool left, bool right)
+    {
+        trim(s.data, s.length, left, right, Blank);
+        return s;
+    }
+
+    // Format's ending: `block` (from allocate, `size` units) holds the formatted text,
+    // which ends at its first zero unit; it replaces the string's block.
+    static void adoptFormatted(S& s, Ch* block, int size)
+    {
+        std::free(s.data);
+        s.data = block;
+        s.length = static_cast<VULong>(size);
+        releaseBuffer(s.data, s.length, -1);
+    }
+
+    static S concat(const S& a, const S& b)
+    {
+        S sum(a);
+        sum += b;
+        return sum;
+    }
+};
+
+} // namespace detail
 } // namespace VexAPI

@@ -3,6 +3,7 @@
 
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wstring.h>
+#include <vexapi/core/wtext.h>
 
 #include <cstring>
 
@@ -39,11 +40,8 @@ std::string narrow(const WChar* text, int n)
 {
     if (!text)
         return std::string();
-    if (n < 0) {
-        n = 0;
-        while (text[n])
-            ++n;
-    }
+    if (n < 0)
+        n = wstrlen(text);
     if (n == 0)
         return std::string();
     const char* cs = charset();

@@ -2,6 +2,7 @@
 #include <vexapi/core/strptr.h>
 
 #include <vexapi/core/charset.h>
+#include <vexapi/core/wtext.h>
 
 #include <ostream>
 #include <string>
@@ -12,12 +13,7 @@ StrPtr::StrPtr(const WCharString& text) : m_text(text.constData()), m_limit(text
 
 int StrPtr::length() const
 {
-    if (!m_text)
-        return 0;
-    int n = 0;
-    while ((m_limit < 0 || n < m_limit) && m_text[n] != 0)
-        ++n;
-    return n;
+    return m_limit < 0 ? wstrlen(m_text) : wstrnlen(m_text, m_limit);
 }
 
 std::ostream& operator<<(std::ostream& os, const StrPtr& text)

@@ -1,6 +1,8 @@
 // The library's 16-bit text routines and the free text functions of the client layer.
 #include <vexapi/core/wtext.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace {
@@ -29,6 +31,33 @@ int compareUnits(const WChar* a, const WChar* b, int n, bool fold)
     return 0;
 }
 
+// A run of units that map by one delta: every unit from `first` to `last`, or every other
+// one (stride 2) where capitals and small letters alternate, as in Latin Extended-A.
+struct CaseRun {
+    unsigned short first;
+    unsigned short last;
+    int delta;
+    unsigned char stride;
+};
+
+#include "casetable.inc"
+
+// The runs are sorted and disjoint: the one that can hold `c` is the last that starts at or
+// before it.
+template <std::size_t N>
+WChar mapCase(const CaseRun (&runs)[N], WChar c)
+{
+    const unsigned u = c;
+    const CaseRun* run = std::upper_bound(runs, runs + N, u,
+                                          [](unsigned v, const CaseRun& r) { return v < r.first; });
+    if (run == runs)
+        return c;
+    --run;
+    if (u > run->last || (u - run->first) % run->stride != 0)
+        return c;
+    return WChar(int(u) + run->delta);
+}
+
 } // namespace
 
 int wstrlen(const WChar* s)
@@ -39,6 +68,15 @@ int wstrlen(const WChar* s)
     while (*p)
         ++p;
     return static_cast<int>(p - s);
+}
+
+int wstrnlen(const WChar* s, int max)
+{
+    int n = 0;
+    if (s)
+        while (n < max && s[n])
+            ++n;
+    return n;
 }
 
 WChar* wstrcpy(WChar* dst, const WChar* src)
@@ -170,100 +208,14 @@ WChar* wstrdup(const WChar* s)
     return copy;
 }
 
-// Case pairs come in three layouts: a block shifted by a constant (ASCII, Latin-1, basic
-// Greek and Cyrillic), alternating pairs where the upper-case letter sits on an even or on
-// an odd code (Latin Extended-A, the Cyrillic extensions), and a few single exceptions.
-WChar wtoupper(WChar ch)
+WChar wtoupper(WChar c)
 {
-    const unsigned c = ch;
-    if (c < 0x80)
-        return (c >= 'a' && c <= 'z') ? WChar(c - 0x20) : ch;
-    if (c < 0x100) {
-        if (c >= 0xE0 && c <= 0xFE && c != 0xF7)
-            return WChar(c - 0x20);
-        return c == 0xFF ? WChar(0x178) : ch;
-    }
-    if (c < 0x180) {
-        const bool odd = c & 1;
-        if ((c <= 0x12F || (c >= 0x132 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) && odd)
-            return WChar(c - 1);
-        if (((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) && !odd)
-            return WChar(c - 1);
-        return ch;
-    }
-    if (c >= 0x3AC && c <= 0x3CE) {
-        if (c == 0x3AC)
-            return WChar(0x386);
-        if (c <= 0x3AF)
-            return WChar(c - 0x25);
-        if (c == 0x3C2) // final sigma
-            return WChar(0x3A3);
-        if (c >= 0x3B1 && c <= 0x3CB)
-            return WChar(c - 0x20);
-        if (c == 0x3CC)
-            return WChar(0x38C);
-        if (c >= 0x3CD)
-            return WChar(c - 0x3F);
-        return ch;
-    }
-    if (c >= 0x430 && c <= 0x52F) {
-        if (c <= 0x44F)
-            return WChar(c - 0x20);
-        if (c <= 0x45F)
-            return WChar(c - 0x50);
-        const bool odd = c & 1;
-        if (((c >= 0x460 && c <= 0x481) || (c >= 0x48A && c <= 0x4BF) || c >= 0x4D0) && odd)
-            return WChar(c - 1);
-        if (c >= 0x4C1 && c <= 0x4CE && !odd)
-            return WChar(c - 1);
-        if (c == 0x4CF)
-            return WChar(0x4C0);
-    }
-    return ch;
+    return mapCase(kUpperRuns, c);
 }
 
-WChar wtolower(WChar ch)
+WChar wtolower(WChar c)
 {
-    const unsigned c = ch;
-    if (c < 0x80)
-        return (c >= 'A' && c <= 'Z') ? WChar(c + 0x20) : ch;
-    if (c < 0x100)
-        return (c >= 0xC0 && c <= 0xDE && c != 0xD7) ? WChar(c + 0x20) : ch;
-    if (c < 0x180) {
-        const bool odd = c & 1;
-        if ((c <= 0x12F || (c >= 0x132 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) && !odd)
-            return WChar(c + 1);
-        if (((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) && odd)
-            return WChar(c + 1);
-        return c == 0x178 ? WChar(0xFF) : ch;
-    }
-    if (c >= 0x386 && c <= 0x3AB) {
-        if (c == 0x386)
-            return WChar(0x3AC);
-        if (c >= 0x388 && c <= 0x38A)
-            return WChar(c + 0x25);
-        if (c == 0x38C)
-            return WChar(0x3CC);
-        if (c == 0x38E || c == 0x38F)
-            return WChar(c + 0x3F);
-        if (c >= 0x391 && c != 0x3A2)
-            return WChar(c + 0x20);
-        return ch;
-    }
-    if (c >= 0x400 && c <= 0x52F) {
-        if (c <= 0x40F)
-            return WChar(c + 0x50);
-        if (c <= 0x42F)
-            return WChar(c + 0x20);
-        const bool odd = c & 1;
-        if (((c >= 0x460 && c <= 0x481) || (c >= 0x48A && c <= 0x4BF) || c >= 0x4D0) && !odd)
-            return WChar(c + 1);
-        if (c >= 0x4C1 && c <= 0x4CE && odd)
-            return WChar(c + 1);
-        if (c == 0x4C0)
-            return WChar(0x4CF);
-    }
-    return ch;
+    return mapCase(kLowerRuns, c);
 }
 
 bool wisspace(WChar c)

@@ -1,5 +1,6 @@
-// xCString: the 8-bit string class, its code-page members, and the copies between aCString
-// and xCString.
+// xCString: its members over the shared string implementation (cstringbuffer.h), the
+// conversions from 16-bit text, Format, the code-page members, and the copies between
+// aCString and xCString.
 #include <vexapi/core/xcstring.h>
 
 #include <vexapi/core/codepages.h>
@@ -14,11 +15,7 @@
 
 namespace VexAPI {
 
-namespace B = CStringBuffer;
-
 namespace {
-
-const char kEmpty[1] = {0};
 
 bool isBlank(char c)
 {
@@ -27,40 +24,38 @@ bool isBlank(char c)
 
 } // namespace
 
+using Ops = detail::CStringOps<xCString, char, isBlank>;
+
 xCString::xCString() : data(nullptr), length(0) {}
 
 xCString::xCString(const char* text, int n) : data(nullptr), length(0)
 {
-    if (n > 0)
-        B::assign(data, length, text, static_cast<size_t>(n));
+    Ops::assignCounted(*this, text, n);
 }
 
 xCString::xCString(const char* text) : data(nullptr), length(0)
 {
-    B::assign(data, length, text, B::textLength(text));
+    Ops::assignText(*this, text);
 }
 
 xCString::xCString(const xCString& other) : data(nullptr), length(0)
 {
-    B::assign<char>(data, length, other.data, other.length);
+    Ops::assignString(*this, other);
 }
 
-xCString::xCString(xCString&& other) noexcept : data(other.data), length(other.length)
+xCString::xCString(xCString&& other) noexcept : data(nullptr), length(0)
 {
-    other.data = nullptr;
-    other.length = 0;
+    Ops::take(*this, other);
 }
 
 xCString::xCString(const WChar* text) : data(nullptr), length(0)
 {
-    const std::string narrow = PlatformText::narrow(text, -1);
-    B::assign(data, length, narrow.data(), narrow.size());
+    *this = text;
 }
 
 xCString::xCString(const aCString& text) : data(nullptr), length(0)
 {
-    const std::string narrow = PlatformText::narrow(text.data, static_cast<int>(text.length));
-    B::assign(data, length, narrow.data(), narrow.size());
+    *this = text;
 }
 
 xCString::~xCString()
@@ -70,180 +65,77 @@ xCString::~xCString()
 
 xCString& xCString::operator=(const xCString& other)
 {
-    if (this != &other)
-        B::assign<char>(data, length, other.data, other.length);
+    Ops::assignString(*this, other);
     return *this;
 }
 
 xCString& xCString::operator=(xCString&& other) noexcept
 {
-    if (this != &other) {
-        std::free(data);
-        data = other.data;
-        length = other.length;
-        other.data = nullptr;
-        other.length = 0;
-    }
+    Ops::take(*this, other);
     return *this;
 }
 
 xCString& xCString::operator=(const char* text)
 {
-    B::assign(data, length, text, B::textLength(text));
+    Ops::assignText(*this, text);
     return *this;
 }
 
 xCString& xCString::operator=(const WChar* text)
 {
     const std::string narrow = PlatformText::narrow(text, -1);
-    B::assign(data, length, narrow.data(), narrow.size());
+    detail::assign(data, length, narrow.data(), narrow.size());
     return *this;
 }
 
 xCString& xCString::operator=(const aCString& text)
 {
     const std::string narrow = PlatformText::narrow(text.data, static_cast<int>(text.length));
-    B::assign(data, length, narrow.data(), narrow.size());
+    detail::assign(data, length, narrow.data(), narrow.size());
     return *this;
 }
 
 xCString& xCString::operator+=(const xCString& other)
 {
-    B::append<char>(data, length, other.data, other.length);
+    Ops::appendString(*this, other);
     return *this;
 }
 
 xCString& xCString::operator+=(const char* text)
 {
-    B::append(data, length, text, B::textLength(text));
+    Ops::appendText(*this, text);
     return *this;
 }
 
 xCString& xCString::operator+=(const WChar* text)
 {
     const std::string narrow = PlatformText::narrow(text, -1);
-    B::append(data, length, narrow.data(), narrow.size());
+    detail::append(data, length, narrow.data(), narrow.size());
     return *this;
 }
 
-bool xCString::operator==(const xCString& other) const
-{
-    return B::equals<char>(data, length, other.data, other.length);
-}
+bool xCString::operator==(const xCString& other) const { return Ops::equalsString(*this, other); }
+bool xCString::operator==(const char* text) const { return Ops::equalsText(*this, text); }
+char xCString::operator[](int i) const { return Ops::at(*this, i); }
+const char* xCString::GetData() const { return Ops::text(*this); }
+void xCString::Empty() { detail::clear(data, length); }
+char* xCString::GetBuffer(int n) { return detail::getBuffer(data, length, n); }
+void xCString::ReleaseBuffer(int n) { detail::releaseBuffer(data, length, n); }
+void xCString::SetAt(int i, char c) { Ops::setAt(*this, i, c); }
 
-bool xCString::operator==(const char* text) const
-{
-    return B::equals(data, length, text, B::textLength(text));
-}
+xCString xCString::Mid(int first) const { return Ops::mid(*this, first); }
+xCString xCString::Mid(int first, int count) const { return Ops::mid(*this, first, count); }
+xCString xCString::Left(int count) const { return Ops::left(*this, count); }
+xCString xCString::Right(int count) const { return Ops::right(*this, count); }
 
-char xCString::operator[](int i) const
-{
-    VEX_ASSERT(i >= 0 && static_cast<VULong>(i) <= length);
-    if (i < 0 || static_cast<VULong>(i) >= length)
-        return 0;
-    return data[i];
-}
+int xCString::Find(char c, int start) const { return Ops::findUnit(*this, c, start); }
+int xCString::Find(const char* text, int start) const { return Ops::findText(*this, text, start); }
+int xCString::ReverseFind(char c) const { return Ops::reverseFind(*this, c); }
+int xCString::Replace(const char* from, const char* to) { return Ops::replaceText(*this, from, to); }
 
-const char* xCString::GetData() const
-{
-    return data ? data : kEmpty;
-}
-
-void xCString::Empty()
-{
-    B::clear(data, length);
-}
-
-char* xCString::GetBuffer(int n)
-{
-    return B::getBuffer(data, length, n);
-}
-
-void xCString::ReleaseBuffer(int n)
-{
-    B::releaseBuffer(data, length, n);
-}
-
-void xCString::SetAt(int i, char c)
-{
-    VEX_ASSERT(i >= 0 && static_cast<VULong>(i) < length);
-    if (i >= 0 && static_cast<VULong>(i) < length)
-        data[i] = c;
-}
-
-xCString xCString::Mid(int first) const
-{
-    if (first < 0)
-        first = 0;
-    if (static_cast<VULong>(first) >= length)
-        return xCString();
-    return xCString(data + first, static_cast<int>(length) - first);
-}
-
-xCString xCString::Mid(int first, int count) const
-{
-    if (first < 1 || count < 1 || static_cast<VULong>(first) >= length)
-        return xCString();
-    const VULong rest = length - static_cast<VULong>(first);
-    return xCString(data + first, static_cast<VULong>(count) < rest ? count : static_cast<int>(rest));
-}
-
-xCString xCString::Left(int count) const
-{
-    if (count <= 0)
-        return xCString();
-    return xCString(data, static_cast<VULong>(count) < length ? count : static_cast<int>(length));
-}
-
-xCString xCString::Right(int count) const
-{
-    if (count <= 0)
-        return xCString();
-    if (static_cast<VULong>(count) >= length)
-        return *this;
-    return xCString(data + (length - static_cast<VULong>(count)), count);
-}
-
-int xCString::Find(char c, int start) const
-{
-    return B::find(data, length, &c, 1, start);
-}
-
-int xCString::Find(const char* text, int start) const
-{
-    return B::find(data, length, text, B::textLength(text), start);
-}
-
-int xCString::ReverseFind(char c) const
-{
-    for (VULong i = length; i > 0; --i)
-        if (data[i - 1] == c)
-            return static_cast<int>(i - 1);
-    return -1;
-}
-
-int xCString::Replace(const char* from, const char* to)
-{
-    return B::replace(data, length, from, B::textLength(from), to, B::textLength(to));
-}
-
-xCString& xCString::Trim()
-{
-    B::trim(data, length, true, true, isBlank);
-    return *this;
-}
-
-xCString& xCString::TrimLeft()
-{
-    B::trim(data, length, true, false, isBlank);
-    return *this;
-}
-
-xCString& xCString::TrimRight()
-{
-    B::trim(data, length, false, true, isBlank);
-    return *this;
-}
+xCString& xCString::Trim() { return Ops::trimmed(*this, true, true); }
+xCString& xCString::TrimLeft() { return Ops::trimmed(*this, true, false); }
+xCString& xCString::TrimRight() { return Ops::trimmed(*this, false, true); }
 
 void xCString::Format(const char* format, ...)
 {
@@ -260,57 +152,30 @@ void xCString::Format(const char* format, ...)
     const int n = std::vsnprintf(small, sizeof small, format, first);
     va_end(first);
     if (n >= 0 && n < static_cast<int>(sizeof small)) {
-        B::assign(data, length, small, static_cast<size_t>(n));
-    } else if (char* block = B::allocate<char>(MAX_FORMAT_BUFFER)) {
+        detail::assign(data, length, small, static_cast<size_t>(n));
+    } else if (char* block = detail::allocate<char>(MAX_FORMAT_BUFFER)) {
         const int full = std::vsnprintf(block, MAX_FORMAT_BUFFER, format, ap);
         // The msvcrt vsnprintf answers -1 for a result that does not fit: count it as one
         // past the buffer.
         const long long cnt = full < 0 ? MAX_FORMAT_BUFFER + 1LL : full + 1LL;
         VEX_ASSERT(cnt <= MAX_FORMAT_BUFFER);
         block[MAX_FORMAT_BUFFER - 1] = 0;
-        std::free(data);
-        data = block;
-        length = MAX_FORMAT_BUFFER;
-        B::releaseBuffer(data, length, -1);
+        Ops::adoptFormatted(*this, block, MAX_FORMAT_BUFFER);
     }
     va_end(ap);
 }
 
-void xCString::CharToOemA()
-{
-    convertCodePage(CpAnsiToOem, data, data, static_cast<int>(length));
-}
-
-void xCString::OemToCharA()
-{
-    convertCodePage(CpOemToAnsi, data, data, static_cast<int>(length));
-}
-
-void xCString::OemToKoi()
-{
-    convertCodePage(CpOemToKoi, data, data, static_cast<int>(length));
-}
-
-void xCString::KoiToOem()
-{
-    convertCodePage(CpKoiToOem, data, data, static_cast<int>(length));
-}
-
-void xCString::AnsiToKoi()
-{
-    convertCodePage(CpAnsiToKoi, data, data, static_cast<int>(length));
-}
-
-void xCString::KoiToAnsi()
-{
-    convertCodePage(CpKoiToAnsi, data, data, static_cast<int>(length));
-}
+// The code-page members: in place, over the whole text.
+void xCString::CharToOemA() { convertCodePage(CpAnsiToOem, data, data, static_cast<int>(length)); }
+void xCString::OemToCharA() { convertCodePage(CpOemToAnsi, data, data, static_cast<int>(length)); }
+void xCString::OemToKoi() { convertCodePage(CpOemToKoi, data, data, static_cast<int>(length)); }
+void xCString::KoiToOem() { convertCodePage(CpKoiToOem, data, data, static_cast<int>(length)); }
+void xCString::AnsiToKoi() { convertCodePage(CpAnsiToKoi, data, data, static_cast<int>(length)); }
+void xCString::KoiToAnsi() { convertCodePage(CpKoiToAnsi, data, data, static_cast<int>(length)); }
 
 xCString operator+(const xCString& a, const xCString& b)
 {
-    xCString sum(a);
-    sum += b;
-    return sum;
+    return Ops::concat(a, b);
 }
 
 } // namespace VexAPI
@@ -324,5 +189,5 @@ void convertXCtoAC(VexAPI::aCString& to, const VexAPI::xCString& from)
 {
     const WString wide =
         VexAPI::PlatformText::widen(from.data, static_cast<int>(from.length));
-    VexAPI::CStringBuffer::assign(to.data, to.length, wide.data(), wide.size());
+    VexAPI::detail::assign(to.data, to.length, wide.data(), wide.size());
 }

@@ -6,6 +6,7 @@
 #include <vexapi/core/wtext.h>
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
+#include "rawvalue.h"
 
 #include <cstring>
 
@@ -39,13 +40,7 @@ int codePointCompare(const WChar* a, int aLen, const WChar* b, int bLen)
 
 namespace {
 
-template <class T>
-T load(const void* p)
-{
-    T v;
-    std::memcpy(&v, p, sizeof(T));
-    return v;
-}
+using detail::load;
 
 // -1, 0 or 1 by plain comparison: unordered values (a NaN) count as different.
 template <class T>

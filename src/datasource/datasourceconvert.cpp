@@ -6,6 +6,7 @@
 #include <vexapi/core/wtext.h>
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
+#include "rawvalue.h"
 
 #include <cmath>
 #include <cstdio>
@@ -27,19 +28,8 @@ const char kHexDigits[] = "0123456789ABCDEF";
 
 // ---- Reading sources ----
 
-template <class T>
-T load(const void* p)
-{
-    T v;
-    std::memcpy(&v, p, sizeof(T));
-    return v;
-}
-
-template <class T>
-void store(void* p, const T& v)
-{
-    std::memcpy(p, &v, sizeof(T));
-}
+using detail::load;
+using detail::store;
 
 // A numeric source as one of three kinds, so each destination handles three cases.
 struct Number {

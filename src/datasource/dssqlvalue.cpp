@@ -5,6 +5,7 @@
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
 #include <vexapi/core/wstring.h>
+#include "rawvalue.h"
 
 #include <cstring>
 #include <locale>
@@ -18,13 +19,7 @@ namespace DataSourceAPI {
 
 namespace {
 
-template <class T>
-T load(const void* p)
-{
-    T v;
-    std::memcpy(&v, p, sizeof(T));
-    return v;
-}
+using detail::load;
 
 void putAscii(SQLStream& os, const char* text, std::size_t len)
 {

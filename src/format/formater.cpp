@@ -132,9 +132,7 @@ void Formater::reset(WChar* buffer, int capacity, Type type, const WChar* patter
     if (m_buffer)
         m_buffer[0] = 0;
 
-    int n = 0;
-    while (pattern && n < PatternLimit && pattern[n] != 0)
-        ++n;
+    const int n = wstrnlen(pattern, PatternLimit);
     m_pattern.assign(pattern, n);
     const WChar* tmpl = m_pattern.constData();
     const int maskStart = m_head.parse(tmpl, n);

@@ -52,9 +52,7 @@ void PatternProcessor::reset(const WChar* mask, int length)
     m_fieldEnds.clear();
 
     // A NUL ends the mask even inside a counted text.
-    int n = 0;
-    while (mask && (length < 0 || n < length) && mask[n] != 0)
-        ++n;
+    const int n = length < 0 ? wstrlen(mask) : wstrnlen(mask, length);
     int i = 0;
     while (i < n) {
         Element e = {kLiteral, false, 0, 0};

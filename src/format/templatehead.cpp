@@ -7,14 +7,6 @@
 
 namespace {
 
-int textLength(const WChar* s, int length)
-{
-    int n = 0;
-    while (s && (length < 0 || n < length) && s[n] != 0)
-        ++n;
-    return n;
-}
-
 bool isBlank(WChar c) { return c == ' ' || c == '\t'; }
 
 // Three integers 0..255 separated by blanks or commas, nothing else around them.
@@ -69,7 +61,7 @@ void TemplateHead::clear()
 
 int TemplateHead::maskOffset(const WChar* tmpl, int length)
 {
-    const int n = textLength(tmpl, length);
+    const int n = length < 0 ? wstrlen(tmpl) : wstrnlen(tmpl, length);
     for (int i = 0; i < n; ++i)
         if (tmpl[i] == ';')
             return i + 1;

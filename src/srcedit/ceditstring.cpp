@@ -238,7 +238,7 @@ void CEditString::tighten(int& from, int& to) const
         to = s->col();
 }
 
-CEditString* CEditString::CopyEditString(int from, int to)
+CEditString* CEditString::extractEditString(int from, int to, bool cut)
 {
     if (!normalRange(from, to))
         return new CEditString();
@@ -246,25 +246,25 @@ CEditString* CEditString::CopyEditString(int from, int to)
     if (from >= to)
         return new CEditString();
     CEditString* row = new CEditString(text + from, to - from);
-    ListOf<CTextSegment> copies;
-    copySegments(copies, from, to);
-    row->takeSegments(copies, -from);
+    ListOf<CTextSegment> taken;
+    if (cut)
+        cutSegments(taken, from, to);
+    else
+        copySegments(taken, from, to);
+    row->takeSegments(taken, -from);
+    if (cut)
+        Delete(from, to);
     return row;
+}
+
+CEditString* CEditString::CopyEditString(int from, int to)
+{
+    return extractEditString(from, to, false);
 }
 
 CEditString* CEditString::CutEditString(int from, int to)
 {
-    if (!normalRange(from, to))
-        return new CEditString();
-    tighten(from, to);
-    if (from >= to)
-        return new CEditString();
-    CEditString* row = new CEditString(text + from, to - from);
-    ListOf<CTextSegment> moved;
-    cutSegments(moved, from, to);
-    row->takeSegments(moved, -from);
-    Delete(from, to);
-    return row;
+    return extractEditString(from, to, true);
 }
 
 bool CEditString::DeleteEditString(int from, int to)

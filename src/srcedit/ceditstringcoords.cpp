@@ -376,7 +376,7 @@ bool wholeWordAt(const WChar* hay, int n, int at, int m)
 bool searchText(const WChar* hay, int n, const WChar* find, int& pos, bool wholeWord, bool matchCase,
                 bool forward)
 {
-    int m = CEditText::length(find);
+    int m = wstrlen(find);
     if (m == 0 || n == 0 || !hay || pos < 0 || pos > n)
         return false;
     std::vector<WChar> foldedHay, foldedFind;
@@ -384,9 +384,9 @@ bool searchText(const WChar* hay, int n, const WChar* find, int& pos, bool whole
         foldedHay.assign(hay, hay + n);
         foldedFind.assign(find, find + m);
         for (WChar& c : foldedHay)
-            c = CEditText::toUpper(c);
+            c = wtoupper(c);
         for (WChar& c : foldedFind)
-            c = CEditText::toUpper(c);
+            c = wtoupper(c);
         hay = foldedHay.data();
         find = foldedFind.data();
     }

@@ -53,7 +53,7 @@ void reportSegmentsError(const WChar* message)
 
 CTextSegment::CTextSegment()
     : m_type(1), m_col(0), m_block(nullptr), m_oString(nullptr), m_customText(nullptr),
-      m_shortLength(CEditText::length(BlockTexts[1]))
+      m_shortLength(wstrlen(BlockTexts[1]))
 {
 }
 
@@ -67,10 +67,10 @@ CTextSegment::CTextSegment(CEditStringArray* block, int type, const WChar* label
     m_type = type;
     m_col = col;
     if (hasLabel) {
-        m_customText = CEditText::duplicate(label);
-        m_shortLength = CEditText::length(label);
+        m_customText = wstrdup(label);
+        m_shortLength = wstrlen(label);
     } else {
-        m_shortLength = CEditText::length(BlockTexts[type]);
+        m_shortLength = wstrlen(BlockTexts[type]);
     }
     m_block = block;
     block->m_oSegment = this;

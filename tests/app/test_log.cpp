@@ -12,25 +12,6 @@ namespace {
 // The stamp as "%2d.%2d.%4d:%2d:%2d:%2d": narrow fields are padded with a blank.
 const char* const Stamp = "[ 1-3][0-9]\\.[ 1][0-9]\\.[0-9]{4}:[ 12][0-9]:[ 0-5][0-9]:[ 0-5][0-9]";
 
-std::vector<std::string> linesOf(const std::string& text)
-{
-    std::vector<std::string> lines;
-    std::string line;
-    for (char c : text) {
-        if (c == '\r')
-            continue; // a text-mode stream on Windows
-        if (c == '\n') {
-            lines.push_back(line);
-            line.clear();
-        } else {
-            line += c;
-        }
-    }
-    if (!line.empty())
-        lines.push_back(line);
-    return lines;
-}
-
 bool isStampLine(const std::string& line, const char* what)
 {
     return std::regex_match(line, std::regex(std::string(Stamp) + ": log " + what));

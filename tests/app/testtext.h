@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -44,6 +45,27 @@ inline std::string readFile(const fs::path& p)
     std::stringstream all;
     all << in.rdbuf();
     return all.str();
+}
+
+// The lines of a text, without their line feeds; a carriage return before one is dropped
+// too (what a text-mode stream writes on Windows). A last line without a feed counts.
+inline std::vector<std::string> linesOf(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::string line;
+    for (char c : text) {
+        if (c == '\r')
+            continue;
+        if (c == '\n') {
+            lines.push_back(line);
+            line.clear();
+        } else {
+            line += c;
+        }
+    }
+    if (!line.empty())
+        lines.push_back(line);
+    return lines;
 }
 
 inline std::string hexOf(const WString& s)

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "assertspy.h"
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -477,21 +479,9 @@ TEST_F(TextFileTest, Utf8FromPlatformText)
     }
 }
 
-struct Fired {
-    std::string expression, unit;
-    int line;
-};
-std::vector<Fired> g_fired;
-
-void recordAssert(const char* expression, const char* unit, int line)
-{
-    g_fired.push_back(Fired{expression, unit, line});
-}
-
 TEST_F(TextFileTest, WritelnAndReadlnAssertOnNullArguments)
 {
-    VexAPI::AssertHandler previous = VexAPI::setAssertHandler(&recordAssert);
-    g_fired.clear();
+    AssertSpy fired;
     FILE* f = open("assert.txt", "w+b");
     ASSERT_NE(f, nullptr);
     WChar buf[8];
@@ -501,17 +491,16 @@ TEST_F(TextFileTest, WritelnAndReadlnAssertOnNullArguments)
     EXPECT_EQ(readln(f, nullptr, 8), -1);
     EXPECT_EQ(readln(f, buf, 0), -1); // not a programming error the checks look for
     std::fclose(f);
-    VexAPI::setAssertHandler(previous);
 
-    ASSERT_EQ(g_fired.size(), 4u);
+    ASSERT_EQ(fired.count(), 4);
     const int lines[] = {748, 749, 764, 765};
-    for (size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(g_fired[i].unit, "routines");
-        EXPECT_EQ(g_fired[i].line, lines[i]);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(fired[i].unit, "routines");
+        EXPECT_EQ(fired[i].line, lines[i]);
     }
-    EXPECT_EQ(g_fired[0].expression, "stream");
-    EXPECT_EQ(g_fired[1].expression, "text");
-    EXPECT_EQ(g_fired[3].expression, "out");
+    EXPECT_EQ(fired[0].expression, "stream");
+    EXPECT_EQ(fired[1].expression, "text");
+    EXPECT_EQ(fired[3].expression, "out");
     EXPECT_EQ(readBytes("assert.txt"), "");
 }
 

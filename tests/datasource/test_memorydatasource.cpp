@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "assertspy.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -21,20 +23,6 @@ using DataRepresentationWithNulls::DSValue;
 namespace {
 
 typedef DataSource::Iterator Iterator;
-
-int g_asserts = 0;
-std::string g_lastAssert;
-void countAssert(const char* expr, const char*, int)
-{
-    ++g_asserts;
-    g_lastAssert = expr;
-}
-
-struct AssertCounter {
-    VexAPI::AssertHandler previous;
-    AssertCounter() : previous(VexAPI::setAssertHandler(&countAssert)) { g_asserts = 0; }
-    ~AssertCounter() { VexAPI::setAssertHandler(previous); }
-};
 
 std::uintptr_t addr(const void* p)
 {
@@ -148,10 +136,10 @@ TEST(DSKort, CopyAssignAndEquality)
     other.init();
     DSKort* o = other.newKort();
     {
-        AssertCounter asserts;
+        AssertSpy asserts;
         *o = *a;
-        EXPECT_EQ(g_asserts, 1);
-        EXPECT_EQ(g_lastAssert, "d == src.d");
+        EXPECT_EQ(asserts.count(), 1);
+        EXPECT_EQ(asserts.lastExpression(), "d == src.d");
     }
     EXPECT_FALSE(DSKortDesc::isEqual(*a, *o));
     other.deleteKort(o);

@@ -16,6 +16,9 @@
 
 // Length of a terminated text in units; 0 for null.
 VEXAPI_API int wstrlen(const WChar* s);
+// Length of a text that may not be terminated within `max` units: the units before the
+// terminator, but no more than `max`; no unit at or past `max` is read.
+VEXAPI_API int wstrnlen(const WChar* s, int max);
 
 // Copies `src` with its terminator into `dst` and returns `dst`. Null `src` writes an empty
 // text; null `dst` writes nothing and returns null.
@@ -58,11 +61,12 @@ inline WChar* wstrstr(WChar* s, const WChar* n) { return const_cast<WChar*>(wstr
 // A new[] copy of `s` (free with delete[]); null for null.
 VEXAPI_API WChar* wstrdup(const WChar* s);
 
-// Simple one-to-one case mapping of a unit. Covered: ASCII, Latin-1, Latin Extended-A,
-// Greek and Cyrillic (with the Cyrillic Supplement), which serves the Western and Russian
-// code pages the library converts. Every other unit maps to itself, and so do mappings
-// that would change the length or are language-dependent (German sharp s, the dotted and
-// dotless Turkish i, the long s, the micro sign). Greek final sigma upper-cases to sigma.
+// Simple one-to-one case mapping of a unit: the simple mappings of the Unicode character
+// database (UnicodeData.txt) over the whole Basic Multilingual Plane. A unit without one
+// maps to itself, and so do mappings that would change the length (German sharp s has no
+// one-unit capital) and surrogates. Greek final sigma upper-cases to sigma; the mappings
+// are not all round trips (the micro sign upper-cases to capital mu, which lower-cases to
+// small mu; dotless i upper-cases to I).
 VEXAPI_API WChar wtoupper(WChar c);
 VEXAPI_API WChar wtolower(WChar c);
 

@@ -16,27 +16,16 @@ namespace detail {
 
 // Length of a terminated text within `max` units, in a value area: its bytes are rounded
 // up to a multiple of 8 and 8-aligned, so it is read a word at a time (texts are most of
-// the cost of a walk over a table).
-inline int areaTextLength(const char* s, int max)
+// the cost of a walk over a table). For the 8-bit and the 16-bit texts alike: a word holds
+// 8 / sizeof(Ch) units, and a zero unit is found by the usual borrow test on each lane.
+template <class Ch>
+inline int areaTextLength(const Ch* s, int max)
 {
-    const std::uint64_t ones = 0x0101010101010101ull, highs = 0x8080808080808080ull;
+    constexpr int bits = 8 * int(sizeof(Ch));
+    constexpr std::uint64_t ones = ~std::uint64_t(0) / ((std::uint64_t(1) << bits) - 1);
+    constexpr std::uint64_t highs = ones << (bits - 1);
     int n = 0;
-    for (; n < max; n += 8) {
-        std::uint64_t w;
-        std::memcpy(&w, s + n, 8);
-        if ((w - ones) & ~w & highs)
-            break;
-    }
-    while (n < max && s[n])
-        ++n;
-    return n < max ? n : max;
-}
-
-inline int areaTextLength(const WChar* s, int max)
-{
-    const std::uint64_t ones = 0x0001000100010001ull, highs = 0x8000800080008000ull;
-    int n = 0;
-    for (; n < max; n += 4) {
+    for (; n < max; n += 8 / int(sizeof(Ch))) {
         std::uint64_t w;
         std::memcpy(&w, s + n, 8);
         if ((w - ones) & ~w & highs)

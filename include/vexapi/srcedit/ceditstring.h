@@ -314,6 +314,9 @@ private:
     bool normalRange(int& from, int& to) const;
     // Moves range ends out of labels so that no label is cut.
     void tighten(int& from, int& to) const;
+    // CopyEditString and CutEditString: a new row of [from, to) with copies of its folds,
+    // or (cut) with the folds themselves and the range deleted from this row.
+    CEditString* extractEditString(int from, int to, bool cut);
     // The row's expansion changed: the text lengths kept by the blocks above are stale.
     void textChanged();
     // Unlinks `segment` from the list and passes the loss of its rows up.

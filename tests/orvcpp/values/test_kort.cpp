@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "assertspy.h"
+
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -14,17 +16,6 @@
 using namespace OrvCPP;
 
 namespace {
-
-int g_asserts = 0;
-void countAssert(const char*, const char*, int) { ++g_asserts; }
-
-// Installs a counting assertion handler for the scope.
-struct AssertCounter {
-    VexAPI::AssertHandler previous;
-    AssertCounter() : previous(VexAPI::setAssertHandler(&countAssert)) { g_asserts = 0; }
-    ~AssertCounter() { VexAPI::setAssertHandler(previous); }
-    int count() const { return g_asserts; }
-};
 
 std::uintptr_t addr(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
 
@@ -261,7 +252,7 @@ TEST(KortDesc, ClearAndReinitGiveANewLayout)
 
 TEST(KortDesc, MisusesAreAsserted)
 {
-    AssertCounter asserts;
+    AssertSpy asserts;
     {
         KortDesc d;
         d.add(orvInteger, 4);

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "streamtesting.h"
+
 #include <cstring>
 #include <iomanip>
 #include <random>
@@ -17,20 +19,14 @@ using OrvCPP::OrvDate;
 
 namespace {
 
+using valuetesting::widen;
+
 std::string text(const OrvDate& d)
 {
     char buf[OrvDate::TextSize];
     if (d.toText(buf, sizeof buf) != QV_OK)
         return "<invalid>";
     return buf;
-}
-
-WString widen(const std::string& s)
-{
-    WString w;
-    for (char c : s)
-        w.push_back(WChar(static_cast<unsigned char>(c)));
-    return w;
 }
 
 std::vector<int> fields(const OrvDate& d)
@@ -306,11 +302,7 @@ TEST(OrvDateStream, WritesCanonicalTextInBothWidths)
 
 TEST(OrvDateStream, ReadsTheCanonicalShapeAndLeavesTheRest)
 {
-    struct Case {
-        const char* input;
-        const char* value; // null: a failed read
-        const char* rest;
-    } cases[] = {
+    const valuetesting::ReadCase cases[] = {
         {"2024-02-29 13:05:09.07rest", "2024-02-29 13:05:09.07", "rest"},
         {"  2024-02-29 13:05:09.07 next", "2024-02-29 13:05:09.07", " next"},
         {"2024-02-29", "2024-02-29 00:00:00.00", ""},
@@ -321,35 +313,7 @@ TEST(OrvDateStream, ReadsTheCanonicalShapeAndLeavesTheRest)
         {"x2024-02-29", nullptr, "x2024-02-29"},
         {"", nullptr, ""},
     };
-    for (const Case& c : cases) {
-        for (int width = 0; width < 2; ++width) {
-            OrvDate d(5);
-            std::string rest;
-            bool failed;
-            if (width == 0) {
-                std::istringstream is(c.input);
-                is >> d;
-                failed = is.fail();
-                is.clear();
-                std::getline(is, rest, '\0');
-            } else {
-                std::basic_istringstream<WChar> is(widen(c.input));
-                is >> d;
-                failed = is.fail();
-                is.clear();
-                for (WChar ch; is.get(ch);)
-                    rest.push_back(char(ch));
-            }
-            if (c.value) {
-                EXPECT_FALSE(failed) << c.input;
-                EXPECT_EQ(text(d), c.value) << c.input;
-            } else {
-                EXPECT_TRUE(failed) << c.input;
-                EXPECT_FALSE(d.isValid()) << c.input;
-            }
-            EXPECT_EQ(rest, c.rest) << c.input << " width " << width;
-        }
-    }
+    valuetesting::expectStreamReads(cases, OrvDate(5), [](const OrvDate& v) { return text(v); });
 }
 
 TEST(OrvDateStream, ReadsWhatItWrote)

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "streamtesting.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -17,6 +19,8 @@
 using OrvCPP::OrvDec;
 
 namespace {
+
+using valuetesting::widen;
 
 std::string text(const OrvDec& d)
 {
@@ -32,14 +36,6 @@ OrvDec dec(const char* s)
     int rc = OrvDec::fromText(s, -1, d);
     EXPECT_EQ(rc, QV_OK) << s;
     return d;
-}
-
-WString widen(const std::string& s)
-{
-    WString w;
-    for (char c : s)
-        w.push_back(WChar(static_cast<unsigned char>(c)));
-    return w;
 }
 
 const std::string kNines(33, '9');
@@ -584,11 +580,7 @@ TEST(OrvDecStream, InvalidOutputSetsFailbitAndWritesNothing)
 
 TEST(OrvDecStream, ReadsTheLongestLeadingNumber)
 {
-    struct Case {
-        const char* input;
-        const char* value; // null: a failed read
-        const char* rest;
-    } cases[] = {
+    const valuetesting::ReadCase cases[] = {
         {"  12.5abc", "12.5", "abc"},
         {"1e5x", "100000", "x"},
         {"-.25;", "-0.25", ";"},
@@ -600,35 +592,7 @@ TEST(OrvDecStream, ReadsTheLongestLeadingNumber)
         {"1234567890123456789012345678901234 ", nullptr, " "},
         {"", nullptr, ""},
     };
-    for (const Case& c : cases) {
-        for (int width = 0; width < 2; ++width) {
-            OrvDec d = OrvDec(99);
-            std::string rest;
-            bool failed;
-            if (width == 0) {
-                std::istringstream is(c.input);
-                is >> d;
-                failed = is.fail();
-                is.clear();
-                std::getline(is, rest, '\0');
-            } else {
-                std::basic_istringstream<WChar> is(widen(c.input));
-                is >> d;
-                failed = is.fail();
-                is.clear();
-                for (WChar ch; is.get(ch);)
-                    rest.push_back(char(ch));
-            }
-            if (c.value) {
-                EXPECT_FALSE(failed) << c.input;
-                EXPECT_EQ(text(d), c.value) << c.input;
-            } else {
-                EXPECT_TRUE(failed) << c.input;
-                EXPECT_FALSE(d.isValid()) << c.input;
-            }
-            EXPECT_EQ(rest, c.rest) << c.input << " width " << width;
-        }
-    }
+    valuetesting::expectStreamReads(cases, OrvDec(99), [](const OrvDec& v) { return text(v); });
 }
 
 TEST(OrvDecStream, ReadsWhatItWrote)
