@@ -66,7 +66,7 @@ void checkProcessor(const PatternProcessor& p)
 
 void checkFormater(Formater& f)
 {
-    check(f.checkState() == 0);
+    check(f.checkInvariants() == 0);
     const WChar* text = f.getFormatText();
     check(text != nullptr);
     int n = 0;

@@ -455,7 +455,7 @@ void MemoryDataSource::sort(const FilterInfo& filter)
     sort(cols.begin(), cols.size(), filter.order());
 }
 
-void MemoryDataSource::checkState() const
+int MemoryDataSource::checkInvariants() const
 {
     int rows = 0;
     bool curFound = m_cur == m_ds.end();
@@ -464,10 +464,14 @@ void MemoryDataSource::checkState() const
         if (it == m_cur)
             curFound = true;
     }
-    VEX_ASSERT(rows == m_ds.rowCount());
-    VEX_ASSERT(curFound);
+    if (rows != m_ds.rowCount())
+        return 1;
+    if (!curFound)
+        return 2;
     // After initColumns the table is empty and curRow may keep its old number.
-    VEX_ASSERT(m_curRow == m_ds.row(m_cur) || (m_ds.rowCount() == 0 && m_cur == m_ds.end()));
+    if (m_curRow != m_ds.row(m_cur) && !(m_ds.rowCount() == 0 && m_cur == m_ds.end()))
+        return 3;
+    return 0;
 }
 
 } // namespace DataSourceAPI

@@ -725,7 +725,7 @@ bool Formater::setPrimaryText(const WChar* text, FormaterCaller caller)
 
 // ---- Consistency ----
 
-int Formater::checkState() const
+int Formater::checkInvariants() const
 {
     if (!m_buffer)
         return m_textLen == 0 && m_caret == 0 ? 0 : 1;

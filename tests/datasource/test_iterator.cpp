@@ -198,5 +198,5 @@ TEST(Iterator, NavigationNeverLandsOnEnd)
     EXPECT_EQ(ds.getCurRow(), 3);
     ds.toPrev();
     EXPECT_EQ(ds.getCurRow(), 2);
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
 }

@@ -252,7 +252,7 @@ TEST(MemoryDataSource, InsertBeforeTheFirstRowRenumbers)
     EXPECT_EQ(ds.getFieldInt(fresh, 1, &isNull), 0);
     EXPECT_FALSE(isNull);
     EXPECT_EQ(values(ds), (std::vector<int>{0, 1, 2, 3}));
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
 }
 
 TEST(MemoryDataSource, DeletingMovesTheCurrentPosition)
@@ -274,14 +274,14 @@ TEST(MemoryDataSource, DeletingMovesTheCurrentPosition)
     ds.deleteRow(ds.getCurIterator()); // the only row
     EXPECT_EQ(ds.getCurRow(), 0);
     EXPECT_TRUE(ds.getCurIterator() == ds.end());
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
 
     // With no current row, a delete comes to rest on the last row.
     fill(ds, 3);
     ds.setCurIterator(ds.end());
     ds.deleteRow(ds.begin());
     EXPECT_EQ(ds.getCurRow(), 2);
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
 }
 
 TEST(MemoryDataSource, SetCurRowOutOfRangeLeavesThePosition)
@@ -326,7 +326,7 @@ TEST(MemoryDataSource, RedefiningColumnsDropsRowsAndKeepsTheRowNumber)
     EXPECT_EQ(ds.rowCount(), 0);
     EXPECT_EQ(ds.getCurRow(), 2); // kept as it was: the next move sets it
     EXPECT_TRUE(ds.getCurIterator() == ds.end());
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
     ds.insertRow(ds.end());
     EXPECT_EQ(ds.getCurRow(), 0);
     // The base form removes column 1 as often as there are columns.
@@ -606,7 +606,7 @@ TEST(MemoryDataSource, SortIsStableWithNullsFirst)
     EXPECT_EQ(ds.getFieldInt(ds.getCurIterator(), 2), 3);
     ds.sort(1, false);
     EXPECT_EQ(values(ds, 2), (std::vector<int>{0, 3, 4, 2, 5, 1}));
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
 
     const int byKeyThenName[] = {1, 3};
     ds.sort(byKeyThenName, 2);
@@ -618,7 +618,7 @@ TEST(MemoryDataSource, SortIsStableWithNullsFirst)
     filter.setOrder(false);
     ds.sort(filter);
     EXPECT_EQ(values(ds, 2), (std::vector<int>{2, 5, 4, 0, 1, 3}));
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
 }
 
 TEST(FilterInfo, ConditionsAndSortNames)

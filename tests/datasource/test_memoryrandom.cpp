@@ -81,7 +81,7 @@ int compareRows(const Row& a, const Row& b, int column)
 void check(const Source& ds, const Model& m, int step)
 {
     SCOPED_TRACE("step " + std::to_string(step));
-    ds.checkState();
+    EXPECT_EQ(ds.checkInvariants(), 0);
     ASSERT_EQ(ds.rowCount(), int(m.rows.size()));
     ASSERT_EQ(ds.getCurRow(), m.curRow());
     if (m.cur != kEnd) {

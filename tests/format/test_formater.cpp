@@ -177,13 +177,13 @@ TEST_P(FormaterCases, TextCaretValueAndColour)
         std::vector<unsigned char> v = makeValue(c.type, c.start);
         EXPECT_TRUE(f.setBinValue(v.data(), false));
     }
-    play(f, c.keys, [&] { ASSERT_EQ(f.checkState(), 0) << N(f.getFormatText()); });
+    play(f, c.keys, [&] { ASSERT_EQ(f.checkInvariants(), 0) << N(f.getFormatText()); });
     EXPECT_EQ(N(f.getFormatText()), c.text);
     EXPECT_EQ(f.getFormatLen(), int(std::strlen(c.text)));
     EXPECT_EQ(f.getFormatPos(), c.caret);
     EXPECT_EQ(readBack(f), c.value);
     EXPECT_EQ(colourText(f), c.colour);
-    EXPECT_EQ(f.checkState(), 0);
+    EXPECT_EQ(f.checkInvariants(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, FormaterCases, ::testing::ValuesIn(cases));
@@ -232,7 +232,7 @@ TEST(FormaterPrimaryText, GoesThroughTheMask)
         EXPECT_EQ(f.getPrimaryText(primary, 32), int(std::strlen(c.primary)));
         EXPECT_EQ(N(primary), c.primary);
         EXPECT_EQ(f.getPrimaryTextLen(), int(std::strlen(c.primary)));
-        EXPECT_EQ(f.checkState(), 0);
+        EXPECT_EQ(f.checkInvariants(), 0);
     }
 }
 
@@ -414,14 +414,14 @@ TEST(FormaterNull, TheNullTextIsCutToTheBufferAndTheFirstKeyClearsIt)
     f.setBinValue(nullptr, true);
     EXPECT_EQ(N(buffer), "no v");
     EXPECT_EQ(f.getTextLen(), 4);
-    EXPECT_EQ(f.checkState(), 0);
+    EXPECT_EQ(f.checkInvariants(), 0);
     WChar primary[8];
     EXPECT_EQ(f.getPrimaryText(primary, 8), 0);
 
     f.OnChar('4');
     EXPECT_FALSE(f.isNull());
     EXPECT_EQ(N(f.getFormatText()), "4");
-    EXPECT_EQ(f.checkState(), 0);
+    EXPECT_EQ(f.checkInvariants(), 0);
 
     f.setNull(true);
     EXPECT_TRUE(f.isNull());
@@ -480,7 +480,7 @@ TEST(FormaterAssertion, AMaskThatDoesNotFitReportsMaxSymFromFormater)
         ASSERT_EQ(g_reports.size(), 1u);
         EXPECT_EQ(g_reports[0].expression, "maxSym");
         EXPECT_EQ(g_reports[0].unit, "formater");
-        EXPECT_EQ(f.checkState(), 0);
+        EXPECT_EQ(f.checkInvariants(), 0);
         EXPECT_EQ(buffer[5], 7);
     }
     // The null value and its text need no mask.
@@ -515,7 +515,7 @@ TEST(FormaterAssertion, TheMaskFitsWhenTheBufferHoldsItAndItsTerminator)
         f.reset(c.buffer, c.capacity, DataSourceAPI::tText, W(c.tmpl).c_str());
         EXPECT_EQ(f.getMaxSym(), c.maxSym);
         play(f, "12{X}{B}{L}{R}{H}{E}");
-        EXPECT_EQ(f.checkState(), 0);
+        EXPECT_EQ(f.checkInvariants(), 0);
         if (c.maxSym) {
             EXPECT_EQ(N(f.getFormatText()), "1");
         }

@@ -108,7 +108,7 @@ TEST(FormaterDate, WritesAndReadsFields)
         play(f, c.keys);
         EXPECT_EQ(N(f.getFormatText()), c.text);
         EXPECT_EQ(readBack(f), c.value);
-        EXPECT_EQ(f.checkState(), 0);
+        EXPECT_EQ(f.checkInvariants(), 0);
     }
 }
 

@@ -205,7 +205,7 @@ TEST(FormaterRandom, TextAlwaysFitsItsMask)
                 f.setPrimaryText(text.c_str());
                 log += " set";
             }
-            ASSERT_EQ(f.checkState(), 0) << log;
+            ASSERT_EQ(f.checkInvariants(), 0) << log;
             ASSERT_TRUE(fitsModel(model, type, f)) << log;
         }
     }

@@ -60,6 +60,19 @@ public:
     // A nested loop on the main thread, left when exit_loop is called (from any thread) or
     // when a dispatched message finds asyncComplete set. The exit request overtakes queued
     // messages, and the main mutex is held across each dispatch.
+    //
+    //   state        event                            function    next
+    //   Running      message taken                    enter_loop  Dispatching (mutex held)
+    //   Running      exit request queued (exit_loop)  enter_loop  taken ahead of all else,
+    //                                                             dispatched, then Left
+    //   Dispatching  done, asyncComplete set          enter_loop  Left
+    //   Dispatching  done, nothing set                enter_loop  Running (mutex released)
+    //   Running      quit request taken               enter_loop  Left; the quit request is
+    //                                                             posted again for the main
+    //                                                             loop, whose it is
+    //   Left         (on the way out)                 enter_loop  exit requests still queued
+    //                                                             are dropped: they were
+    //                                                             meant for this loop
     static void enter_loop();
     static void exit_loop();
     static int asyncComplete();

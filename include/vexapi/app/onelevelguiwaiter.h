@@ -8,6 +8,21 @@
 // one runs answers AlreadyWaiting at once. Init() before starting the work, so that a Leave
 // that comes before Wait() is not lost.
 //
+// States (exists, result) and their edges:
+//
+//   state            event (caller)       function      next state
+//   Idle (no, 0)     Init (main)          Init          Idle, result cleared
+//   Idle (no, 0)     Leave/Break (any)    Leave/Break   Done (no, Left/Broken): not lost
+//   Idle (no, 0)     Wait (main)          Wait          Waiting (yes, 0)
+//   Done (no, r)     Wait (main)          Wait          returns r at once, stays Done
+//   Done (no, r)     Init (main)          Init          Idle
+//   Waiting (yes,0)  Leave (any)          Leave         Waiting (yes, Left) + wake-up
+//   Waiting (yes,0)  Break (any)          Break         Waiting (yes, Broken) + wake-up
+//   Waiting (yes,r)  wake-up dispatched   Wait          Done (no, r): Wait returns r
+//   Waiting          Wait (main, nested)  Wait          unchanged; answers AlreadyWaiting
+//   Waiting          Init (main, nested)  Init          unchanged; answers false
+//   any (_, Left)    Break (any)          Break         unchanged: Left wins
+//
 // Invariants:
 //  1. The result is 0 (none yet), Broken or Left; once Left, Break cannot change it.
 //  2. exists() is true exactly while a Wait() runs.

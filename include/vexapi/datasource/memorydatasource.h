@@ -17,11 +17,13 @@ namespace DataSourceAPI {
 // hooks cannot reach a derived class once its destructor has run, so a class that makes
 // objects calls clear() in its own destructor.
 //
-// Invariants (checkState() verifies them):
-//  1. curRow is the row number of cur (0 at end()), except after initColumns, which
+// Invariants (checkInvariants() gives the number of the first one broken):
+//  1. The record list holds rowCount() rows.
+//  2. cur is end() or one of the rows.
+//  3. curRow is the row number of cur (0 at end()), except after initColumns, which
 //     keeps the old number while cur moves to end() (long-standing; callers reset it).
-//  2. The primitives send no event; the caller sends what it changed.
-//  3. A position stays valid while its row exists; end() is valid for the source's life.
+// Contracts: the primitives send no event (the caller sends what it changed); a position
+// stays valid while its row exists, and end() for the source's life.
 class VEXAPI_API MemoryDataSource : public virtual DataSource {
 public:
     // A position: one list iterator of the record list.
@@ -163,8 +165,9 @@ public:
     // The rows themselves, for code that works on records.
     InternalDS& internalDS() { return m_ds; }
 
-    // Checks the invariants (VEX_ASSERT); tests call it after each change.
-    void checkState() const;
+    // 0 when every invariant holds, else the number of the first one broken. A walk over
+    // the rows: tests call it after each change.
+    int checkInvariants() const;
 
 private:
     // The record of a position; an empty handle stands for no row.

@@ -41,7 +41,7 @@ enum FormaterCaller { fcGrid = 0, fcOutside = 1 };
 // Ownership: the buffer belongs to the caller and must outlive the formater's use of it
 // (until the next reset); everything else is the formater's own.
 //
-// Invariants (checkState() tests them, by number):
+// Invariants (checkInvariants() tests them, by number):
 //  1. With a buffer: 0 <= textLen < capacity and buffer[textLen] is NUL. Without one (null
 //     buffer or capacity 0) textLen and caret are 0.
 //  2. 0 <= caret <= textLen.
@@ -151,7 +151,7 @@ public:
     int dateLength(int field) const;
     bool isNumeric() const;
     // 0 when every invariant above holds, else the number of the first that does not.
-    int checkState() const;
+    int checkInvariants() const;
 
 protected:
     // Editing steps, as the keys call them.
