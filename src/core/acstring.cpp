@@ -68,7 +68,7 @@ aCString& aCString::operator=(const WChar* text)
 
 aCString& aCString::operator=(const char* text)
 {
-    const WString wide = PlatformText::widen(text, -1);
+    const WString wide = detail::widenPlatformText(text, -1);
     detail::assign(data, length, wide.data(), wide.size());
     return *this;
 }
@@ -87,7 +87,7 @@ aCString& aCString::operator+=(const WChar* text)
 
 aCString& aCString::operator+=(const char* text)
 {
-    const WString wide = PlatformText::widen(text, -1);
+    const WString wide = detail::widenPlatformText(text, -1);
     detail::append(data, length, wide.data(), wide.size());
     return *this;
 }

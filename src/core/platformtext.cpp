@@ -8,15 +8,15 @@
 #include <cstring>
 
 namespace VexAPI {
-namespace PlatformText {
+namespace detail {
 
-const char* charset()
+const char* platformCharset()
 {
     const char* name = getStdCharset();
     return findCharset(name) ? name : "UTF-8";
 }
 
-WString widen(const char* text, int n)
+WString widenPlatformText(const char* text, int n)
 {
     if (!text)
         return WString();
@@ -26,7 +26,7 @@ WString widen(const char* text, int n)
     // here.
     if (n == 0)
         return WString();
-    const char* cs = charset();
+    const char* cs = platformCharset();
     const int need = mbs2wcs(nullptr, text, cs, 0, n);
     if (need <= 0)
         return WString();
@@ -36,7 +36,7 @@ WString widen(const char* text, int n)
     return out;
 }
 
-std::string narrow(const WChar* text, int n)
+std::string narrowPlatformText(const WChar* text, int n)
 {
     if (!text)
         return std::string();
@@ -44,7 +44,7 @@ std::string narrow(const WChar* text, int n)
         n = wstrlen(text);
     if (n == 0)
         return std::string();
-    const char* cs = charset();
+    const char* cs = platformCharset();
     const int need = wcs2mbs(nullptr, text, cs, 0, n);
     if (need <= 0)
         return std::string();
@@ -54,5 +54,5 @@ std::string narrow(const WChar* text, int n)
     return out;
 }
 
-} // namespace PlatformText
+} // namespace detail
 } // namespace VexAPI

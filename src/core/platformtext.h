@@ -8,18 +8,18 @@
 #include <string>
 
 namespace VexAPI {
-namespace PlatformText {
+namespace detail {
 
 // getStdCharset() when the conversions know it, else "UTF-8": a locale whose charset the
 // table lacks ("EUC-JP") still gets its text converted rather than dropped.
-const char* charset();
+const char* platformCharset();
 
 // `n` bytes of platform text (to the terminator when n < 0; null is empty) as 16-bit text.
-WString widen(const char* text, int n);
+WString widenPlatformText(const char* text, int n);
 
 // `n` units of 16-bit text (to the terminator when n < 0; null is empty) as platform
 // text; a character the charset lacks becomes '?'.
-std::string narrow(const WChar* text, int n);
+std::string narrowPlatformText(const WChar* text, int n);
 
-} // namespace PlatformText
+} // namespace detail
 } // namespace VexAPI

@@ -198,7 +198,7 @@ int writeUTF8(FILE* stream, const char* text, int length, bool trim)
     if (length == 0)
         return 0;
     // Platform text to UTF-8: the source's charset comes first.
-    const char* from = VexAPI::PlatformText::charset();
+    const char* from = VexAPI::detail::platformCharset();
     const int need = mbs2mbs(nullptr, text, from, "UTF-8", 0, length);
     if (need <= 0)
         return 0;

@@ -336,7 +336,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
             WChar unit[2] = {WChar(v), 0};
             if (s.conv == 'C' || s.length == LenH) {
                 const char byte = static_cast<char>(v);
-                const WString w = VexAPI::PlatformText::widen(&byte, 1);
+                const WString w = VexAPI::detail::widenPlatformText(&byte, 1);
                 unit[0] = w.empty() ? WChar(0) : w[0];
             }
             Directive t = s;
@@ -358,7 +358,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
                     putText(out, s, nullptr);
                 } else {
                     const WString w =
-                        VexAPI::PlatformText::widen(narrowText, -1);
+                        VexAPI::detail::widenPlatformText(narrowText, -1);
                     putText(out, s, w.c_str());
                 }
             } else {

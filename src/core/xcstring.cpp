@@ -83,14 +83,14 @@ xCString& xCString::operator=(const char* text)
 
 xCString& xCString::operator=(const WChar* text)
 {
-    const std::string narrow = PlatformText::narrow(text, -1);
+    const std::string narrow = detail::narrowPlatformText(text, -1);
     detail::assign(data, length, narrow.data(), narrow.size());
     return *this;
 }
 
 xCString& xCString::operator=(const aCString& text)
 {
-    const std::string narrow = PlatformText::narrow(text.data, static_cast<int>(text.length));
+    const std::string narrow = detail::narrowPlatformText(text.data, static_cast<int>(text.length));
     detail::assign(data, length, narrow.data(), narrow.size());
     return *this;
 }
@@ -109,7 +109,7 @@ xCString& xCString::operator+=(const char* text)
 
 xCString& xCString::operator+=(const WChar* text)
 {
-    const std::string narrow = PlatformText::narrow(text, -1);
+    const std::string narrow = detail::narrowPlatformText(text, -1);
     detail::append(data, length, narrow.data(), narrow.size());
     return *this;
 }
@@ -188,6 +188,6 @@ void convertACtoXC(VexAPI::xCString& to, const VexAPI::aCString& from)
 void convertXCtoAC(VexAPI::aCString& to, const VexAPI::xCString& from)
 {
     const WString wide =
-        VexAPI::PlatformText::widen(from.data, static_cast<int>(from.length));
+        VexAPI::detail::widenPlatformText(from.data, static_cast<int>(from.length));
     VexAPI::detail::assign(to.data, to.length, wide.data(), wide.size());
 }

@@ -34,7 +34,7 @@ CEditString::CEditString()
 
 CEditString::CEditString(const WChar* source, int n) : CEditString()
 {
-    n = CEditText::lengthOf(source, n);
+    n = VexAPI::detail::lengthOf(source, n);
     if (n > 0 && resize(n)) {
         std::memcpy(text, source, std::size_t(n) * sizeof(WChar));
         length = n;
@@ -164,7 +164,7 @@ bool CEditString::Cat(const WChar* source, int n)
 
 bool CEditString::Change(const WChar* source, int at, int n)
 {
-    n = CEditText::lengthOf(source, n);
+    n = VexAPI::detail::lengthOf(source, n);
     if (!source || at < 0)
         return false;
     std::vector<WChar> own;
@@ -280,7 +280,7 @@ bool CEditString::DeleteEditString(int from, int to)
 
 bool CEditString::InsertPlainText(const WChar* source, int at, int n)
 {
-    n = CEditText::lengthOf(source, n);
+    n = VexAPI::detail::lengthOf(source, n);
     if (at < 0 || at > length || ownerOf(at))
         return false;
     if (n == 0)
@@ -336,7 +336,7 @@ bool CEditString::InsSegment(CTextSegment* segment)
     int col = segment->col();
     int n = segment->shortLength();
     if (col < 0 || col + n > length || segmentsIntersect(col, col + n) ||
-        !CEditText::equal(text + col, segment->shortText(), n))
+        !VexAPI::detail::equal(text + col, segment->shortText(), n))
         return false;
     List::insert(segment, posForSegment(col));
     segment->setOString(this);
@@ -598,7 +598,7 @@ int CEditString::checkInvariants() const
     int end = 0;
     for (CTextSegment& s : segs()) {
         if (s.oString() != this || s.col() < end || s.col() + s.shortLength() > length ||
-            !CEditText::equal(text + s.col(), s.shortText(), s.shortLength()))
+            !VexAPI::detail::equal(text + s.col(), s.shortText(), s.shortLength()))
             return 2;
         end = s.col() + s.shortLength();
         if (!s.block() || s.block()->oSegment() != &s || s.block()->actual() != actual())

@@ -50,7 +50,7 @@ CEditStringArray* CEditStringArray::fromEditString(CEditString* row, int from, i
 
 CEditStringArray* CEditStringArray::fromPlainText(const WChar* text, int n)
 {
-    n = CEditText::lengthOf(text, n);
+    n = VexAPI::detail::lengthOf(text, n);
     CEditStringArray* block = new CEditStringArray();
     int breaks = 0;
     for (int i = 0; i < n; ++i)

@@ -86,7 +86,7 @@ int CEditString::hasText(int from, int to) const
     if (!normalRange(from, to))
         return -1;
     for (int i = from; i < to; ++i)
-        if (!CEditText::isBlank(text[i]))
+        if (!VexAPI::detail::isBlank(text[i]))
             return i;
     return -1;
 }
@@ -102,7 +102,7 @@ public:
         for (int i = 0; i < n; ++i, ++pos) {
             if (pos >= m_to)
                 return false;
-            if (pos >= m_from && !CEditText::isBlank(text[i])) {
+            if (pos >= m_from && !VexAPI::detail::isBlank(text[i])) {
                 found = pos;
                 return false;
             }
@@ -352,11 +352,11 @@ int CEditString::StrStr(const WChar* hay, int n, const WChar* find, int m, bool 
         return -1;
     if (forward) {
         for (int i = 0; i <= n - m; ++i)
-            if (CEditText::equal(hay + i, find, m))
+            if (VexAPI::detail::equal(hay + i, find, m))
                 return i;
     } else {
         for (int i = n - m; i >= 0; --i)
-            if (CEditText::equal(hay + i, find, m))
+            if (VexAPI::detail::equal(hay + i, find, m))
                 return i;
     }
     return -1;
@@ -366,8 +366,8 @@ namespace {
 
 bool wholeWordAt(const WChar* hay, int n, int at, int m)
 {
-    bool startOk = at == 0 || CEditText::isWordSeparator(hay[at - 1]);
-    bool endOk = at + m == n || CEditText::isWordSeparator(hay[at + m]);
+    bool startOk = at == 0 || VexAPI::detail::isWordSeparator(hay[at - 1]);
+    bool endOk = at + m == n || VexAPI::detail::isWordSeparator(hay[at + m]);
     return startOk && endOk;
 }
 

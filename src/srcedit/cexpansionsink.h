@@ -57,7 +57,7 @@ public:
             if (pos >= m_limit)
                 return false;
             m_buffer[pos++] = text[i];
-            if (pos - m_start >= m_n && CEditText::equal(m_buffer + pos - m_n, m_pattern, m_n)) {
+            if (pos - m_start >= m_n && VexAPI::detail::equal(m_buffer + pos - m_n, m_pattern, m_n)) {
                 found = true;
                 return false;
             }
@@ -91,7 +91,7 @@ public:
             if (pos <= 0)
                 return false;
             m_buffer[--pos] = text[i];
-            if (m_start - pos >= m_n && CEditText::equal(m_buffer + pos, m_pattern, m_n)) {
+            if (m_start - pos >= m_n && VexAPI::detail::equal(m_buffer + pos, m_pattern, m_n)) {
                 found = true;
                 return false;
             }

@@ -3,7 +3,8 @@
 
 #include <cstring>
 
-namespace CEditText {
+namespace VexAPI {
+namespace detail {
 
 bool equal(const WChar* a, const WChar* b, int n)
 {
@@ -21,4 +22,5 @@ bool isWordSeparator(WChar c)
     return std::strchr(separators, char(c)) != nullptr;
 }
 
-} // namespace CEditText
+} // namespace detail
+} // namespace VexAPI

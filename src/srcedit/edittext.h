@@ -7,7 +7,8 @@
 #include <vexapi/core/types.h>
 #include <vexapi/core/wtext.h>
 
-namespace CEditText {
+namespace VexAPI {
+namespace detail {
 
 // `n` of -1 means the text's whole length; a null text has none.
 inline int lengthOf(const WChar* text, int n) { return n < 0 ? wstrlen(text) : (text ? n : 0); }
@@ -21,4 +22,5 @@ inline bool isBlank(WChar c) { return c == ' ' || c == '\t' || c == '\n' || c ==
 // The characters that bound a whole word in a search.
 bool isWordSeparator(WChar c);
 
-} // namespace CEditText
+} // namespace detail
+} // namespace VexAPI
