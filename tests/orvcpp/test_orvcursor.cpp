@@ -102,7 +102,7 @@ TEST_P(CursorShapes, RowCountIsKnownAfterExecuteBeforeAnyFetch)
     EXPECT_EQ(c.rowCount(), VLong(model.size()));
     EXPECT_EQ(c.currentRow(), 0);
     EXPECT_EQ(c.columnCount(), 3);
-    EXPECT_TRUE(c.checkInvariants());
+    EXPECT_EQ(c.checkInvariants(), 0);
 }
 
 TEST_P(CursorShapes, AbsoluteFetchReadsTheRowWithOrWithoutBindMap)
@@ -125,7 +125,7 @@ TEST_P(CursorShapes, AbsoluteFetchReadsTheRowWithOrWithoutBindMap)
         c.fetch(fetchFirst, 0);
         c.fetch(fetchAbsolute, r);
         EXPECT_EQ(text(c, 2), "item" + std::to_string(model[std::size_t(r - 1)])) << "row " << r;
-        EXPECT_TRUE(c.checkInvariants());
+        EXPECT_EQ(c.checkInvariants(), 0);
     }
 }
 
@@ -190,7 +190,7 @@ TEST_P(CursorShapes, MultiFetchFillsAKortArrayStepByRecordSize)
         }
     }
     desc.deleteKortArray(array);
-    EXPECT_TRUE(c.checkInvariants());
+    EXPECT_EQ(c.checkInvariants(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Results, CursorShapes, ::testing::ValuesIn(kShapes),
