@@ -68,10 +68,7 @@ void closeChannel(unsigned short handle) noexcept
         ChannelTable::instance().remove(handle);
         return;
     }
-    std::shared_ptr<ConnectionState> c = s->kind == ChannelState::Cursor
-                                              ? std::static_pointer_cast<CursorState>(s)->connection
-                                              : std::static_pointer_cast<StatementState>(s)->connection;
-    if (c) {
+    if (std::shared_ptr<ConnectionState> c = std::static_pointer_cast<ChildState>(s)->connection) {
         if (s->kind == ChannelState::Cursor)
             c->cancel(handle);
         ConnectionLock l(*c);
@@ -83,14 +80,14 @@ void closeChannel(unsigned short handle) noexcept
 
 void beginIfWriting(ConnectionState& c, const StatementState& s)
 {
-    if (s.readOnly || s.queryType == kindTransaction || !sqlite3_get_autocommit(c.db))
+    if (s.readOnly || s.queryType == kindTransaction || !sqlite3_get_autocommit(c.db()))
         return;
-    int rc = sqlite3_exec(c.db, "BEGIN", nullptr, nullptr, nullptr);
+    int rc = sqlite3_exec(c.db(), "BEGIN", nullptr, nullptr, nullptr);
     if (rc != SQLITE_OK)
-        throw serverError(c.db, rc, s.text, nullptr);
+        throw serverError(c.db(), rc, s.text, nullptr);
 }
 
-CursorState::CursorState() : ChannelState(Cursor) {}
+CursorState::CursorState() : ChildState(Cursor) {}
 
 CursorState::~CursorState()
 {
@@ -117,6 +114,18 @@ bool CursorState::error(OrvX& out) const
     if (m_hasError)
         out = m_error;
     return m_hasError;
+}
+
+int CursorState::checkInvariants() const
+{
+    if (result ? !statement || columns.size() != statement->columns.size() : !columns.empty())
+        return 1;
+    if (procResult != 0 && !procCursor)
+        return 2;
+    // 3 is a rule of the callers, not a state to check.
+    if (result && result->checkInvariants() != 0)
+        return 4;
+    return 0;
 }
 
 void CursorState::dropResult()
@@ -170,14 +179,14 @@ VLong CursorState::runWrite(const std::shared_ptr<StatementState>& s, const std:
     } reset{st};
     int rc = s->bindValues(st, values);
     if (rc != SQLITE_OK)
-        throw serverError(c.db, rc, s->text, nullptr);
+        throw serverError(c.db(), rc, s->text, nullptr);
     // Rows a RETURNING clause gives are passed over: a write's result is its count.
     while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
     }
     if (rc != SQLITE_DONE)
-        throw serverError(c.db, rc, s->text, &s->dialect);
+        throw serverError(c.db(), rc, s->text, &s->dialect);
     const bool counts = s->queryType == kindInsert || s->queryType == kindUpdate || s->queryType == kindDelete;
-    return counts ? VLong(sqlite3_changes(c.db)) : 0;
+    return counts ? VLong(sqlite3_changes(c.db())) : 0;
 }
 
 VLong CursorState::runPositioned(const std::shared_ptr<StatementState>& s, const std::vector<SqlValue>& values)
@@ -221,12 +230,12 @@ VLong CursorState::runPositioned(const std::shared_ptr<StatementState>& s, const
         rc = sqlite3_bind_int64(st, k, r.currentKey());
     }
     if (rc != SQLITE_OK)
-        throw serverError(c.db, rc, s->text, nullptr);
+        throw serverError(c.db(), rc, s->text, nullptr);
     while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
     }
     if (rc != SQLITE_DONE)
-        throw serverError(c.db, rc, s->text, &s->dialect);
-    const VLong changed = sqlite3_changes(c.db);
+        throw serverError(c.db(), rc, s->text, &s->dialect);
+    const VLong changed = sqlite3_changes(c.db());
     if (changed > 0) {
         if (s->queryType == kindPositionedDelete)
             r.currentDeleted();
@@ -258,7 +267,7 @@ VLong CursorState::runProcedure(const std::shared_ptr<StatementState>& s, const 
         if (rc == SQLITE_OK)
             rc = sqlite3_step(st);
         if (rc != SQLITE_ROW)
-            throw serverError(c.db, rc, s->text, &s->dialect);
+            throw serverError(c.db(), rc, s->text, &s->dialect);
         for (int i = 0; i < sqlite3_column_count(st); ++i)
             args.push_back(valueFromSqlite(sqlite3_column_value(st, i)));
     }
@@ -269,7 +278,7 @@ VLong CursorState::runProcedure(const std::shared_ptr<StatementState>& s, const 
     data.args = &args;
     data.params = params;
     ProcedureContext context(&data);
-    const sqlite3_int64 before = sqlite3_total_changes64(c.db);
+    const sqlite3_int64 before = sqlite3_total_changes64(c.db());
     try {
         procedure(context);
     } catch (const OrvX&) {
@@ -280,7 +289,7 @@ VLong CursorState::runProcedure(const std::shared_ptr<StatementState>& s, const 
     }
     procCursor = data.resultCursor != 0;
     procResult = data.resultCursor;
-    return data.rowCount >= 0 ? data.rowCount : VLong(sqlite3_total_changes64(c.db) - before);
+    return data.rowCount >= 0 ? data.rowCount : VLong(sqlite3_total_changes64(c.db()) - before);
 }
 
 VLong CursorState::target(short how, VLong row) const

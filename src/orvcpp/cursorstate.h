@@ -18,12 +18,37 @@ namespace detail {
 
 // An open cursor.
 //
+// States and events (the row is the result's current row):
+//
+//   state      event                          function                      next state
+//   ---------  -----------------------------  ----------------------------  ----------
+//   (none)     OrvCursor::create              ConnectionState::addChild     IDLE
+//   IDLE       execute a select               run -> makeResult             RESULT
+//   IDLE       execute any other statement    run -> runWrite,              IDLE
+//                                             runPositioned, runProcedure
+//   RESULT     fetch inside the result        target, locate (AndRead)      ON_ROW
+//   ON_ROW     fetch inside the result        target, locate (AndRead)      ON_ROW
+//   RESULT,    fetch outside the result       target, locate: orvapiNoRow   unchanged
+//   ON_ROW
+//   ON_ROW     positioned delete of its row   ResultSet::currentDeleted     RESULT
+//              (through another cursor)
+//   RESULT,    execute anything               run: dropResult first         RESULT or
+//   ON_ROW                                                                  IDLE
+//   any        a call fails (or is failed by  setError; the state is as     unchanged
+//              the fault switch)              the call left it
+//   any        close, or the connection's     release                       (none)
+//              close
+// getData, getBlobLen and appendBlob read or write the row in ON_ROW and fail with
+// orvapiNoRow in RESULT and orvapiNotOpen in IDLE; they do not move the cursor.
+//
 // Invariants:
 //  1. `result` is set only after a select ran; `columns` then describe it (one per result
 //     column); after any other statement both are empty.
 //  2. procResult is not 0 only when procCursor is true.
 //  3. Every member but the error is changed only with the connection's lock held.
-class CursorState : public ChannelState {
+//  4. The result, when there is one, keeps its own invariants (its checkInvariants tells
+//     which broke).
+class CursorState : public ChildState {
 public:
     CursorState();
     ~CursorState() override;
@@ -43,7 +68,9 @@ public:
     void setError(const OrvX& error);
     bool error(OrvX& out) const;
 
-    std::shared_ptr<ConnectionState> connection;
+    // 0 when the invariants hold, else the number of the first broken one. The lock is held.
+    int checkInvariants() const;
+
     std::string name;
     VLong mode = 0;
     bool snapshot = false;

@@ -1,14 +1,19 @@
 // The fault switch of the client layer.
 #include <vexapi/orvcpp/faultinjection.h>
 
+#include <atomic>
 #include <mutex>
 
 namespace OrvCPP {
 
 namespace {
 
+// The switch's state. `armed` is also kept in `quickArmed`, read without the mutex, so that
+// a call made while the switch is off (every call of a program in use) takes no
+// process-wide lock: only arm and disarm change it, under the mutex.
 struct Switch {
     std::mutex mutex;
+    std::atomic<bool> quickArmed{false};
     bool armed = false;
     VLong n = 0;
     int sites = 0;
@@ -31,6 +36,7 @@ void FaultInjection::arm(VLong n, const OrvX& error, int sites, bool repeat)
     Switch& s = theSwitch();
     std::lock_guard<std::mutex> g(s.mutex);
     s.armed = true;
+    s.quickArmed.store(true, std::memory_order_release);
     s.n = n;
     s.sites = sites;
     s.repeat = repeat;
@@ -44,6 +50,7 @@ void FaultInjection::disarm()
     Switch& s = theSwitch();
     std::lock_guard<std::mutex> g(s.mutex);
     s.armed = false;
+    s.quickArmed.store(false, std::memory_order_release);
 }
 
 bool FaultInjection::isArmed()
@@ -72,6 +79,8 @@ namespace detail {
 bool injectFault(int site, OrvX& error)
 {
     Switch& s = theSwitch();
+    if (!s.quickArmed.load(std::memory_order_acquire))
+        return false;
     std::lock_guard<std::mutex> g(s.mutex);
     if (!s.armed || !(s.sites & site))
         return false;

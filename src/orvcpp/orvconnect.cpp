@@ -95,30 +95,30 @@ OrvConnect::operator unsigned short() const
 VLong OrvConnect::mode(bool initial) const
 {
     auto c = liveConnection(m_handle);
-    return c ? (initial ? c->initialMode : c->mode) : 0;
+    return c ? (initial ? c->database().initialMode : c->database().mode) : 0;
 }
 
 void OrvConnect::setMode(VLong mode)
 {
-    detail::openConnection(m_handle)->mode = mode;
+    detail::openConnection(m_handle)->database().mode = mode;
 }
 
 const char* OrvConnect::node(char* buffer, int size) const
 {
     auto c = liveConnection(m_handle);
-    return copyOut(buffer, size, c ? c->node : std::string());
+    return copyOut(buffer, size, c ? c->database().node : std::string());
 }
 
 const char* OrvConnect::user(char* buffer, int size) const
 {
     auto c = liveConnection(m_handle);
-    return copyOut(buffer, size, c ? c->user : std::string());
+    return copyOut(buffer, size, c ? c->database().user : std::string());
 }
 
 bool OrvConnect::inTransaction() const
 {
     auto c = liveConnection(m_handle);
-    return c && c->db && !sqlite3_get_autocommit(c->db);
+    return c && c->db() && !sqlite3_get_autocommit(c->db());
 }
 
 } // namespace OrvCPP

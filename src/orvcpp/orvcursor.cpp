@@ -23,9 +23,11 @@ namespace {
 
 // Runs `body` for `cursor`: at once with the connection's lock held, or, with a handler,
 // queued to the connection's worker. The fault switch counts the call here, in the order
-// calls are made. Returns the body's result (0 when queued).
-VLong runCall(const std::shared_ptr<CursorState>& cursor, OrvCursor::Handler* handler, int site,
-              std::function<VLong()> body)
+// calls are made. Returns the body's result (0 when queued). A template, so that the
+// synchronous path (every getData and fetch of a read loop) takes the body as it is, with
+// no std::function to allocate.
+template <class Body>
+VLong runCall(const std::shared_ptr<CursorState>& cursor, OrvCursor::Handler* handler, int site, Body&& body)
 {
     OrvX fault;
     const bool fails = detail::injectFault(site, fault);
@@ -104,15 +106,13 @@ void OrvCursor::create(const OrvConnect& connection, VLong mode, const char* nam
     try {
         std::shared_ptr<detail::ConnectionState> c = detail::openConnection(connection);
         auto state = std::make_shared<CursorState>();
-        state->connection = c;
         state->name = name && *name ? name : "CURSOR";
         state->mode = mode;
         state->snapshot = snapshot;
         unsigned short h;
         {
             ConnectionLock l(*c);
-            h = detail::ChannelTable::instance().add(state);
-            c->addChild(h);
+            h = c->addChild(state);
         }
         closeChannel();
         setHandle(h, true);
@@ -162,8 +162,11 @@ void OrvCursor::execute(const OrvStatement& statement, const BindMap* params, Ha
 void OrvCursor::fetch(short how, VLong row, const BindMap* columns, Handler* handler)
 {
     std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
-    std::shared_ptr<BindMap> map = columns ? std::make_shared<BindMap>(*columns) : nullptr;
-    runCall(s, handler, faultFetch, [s, how, row, map]() -> VLong {
+    // A queued call reads into the map's buffers later: it keeps a copy, as the map itself
+    // may go when this returns. A call made at once uses the caller's.
+    std::shared_ptr<BindMap> copy = columns && handler ? std::make_shared<BindMap>(*columns) : nullptr;
+    const BindMap* map = handler ? copy.get() : columns;
+    runCall(s, handler, faultFetch, [s, how, row, copy, map]() -> VLong {
         checkResult(*s);
         const VLong target = s->target(how, row);
         if (map)
@@ -243,13 +246,13 @@ void OrvCursor::appendBlob(short col, const void* data, VLong len)
         if (r.currentRow() <= 0)
             throw OrvX::client(orvapiNoRow, "the cursor stands on no row");
         detail::ConnectionState& c = *s->connection;
-        const detail::TableKey key = detail::tableKey(c.db, r.baseSchema(), r.baseTable());
+        const detail::TableKey key = detail::tableKey(c.db(), r.baseSchema(), r.baseTable());
         const std::string table = detail::quoteName(r.baseSchema()) + "." + detail::quoteName(r.baseTable());
         const std::string column = detail::quoteName(d.column);
         std::string bytes;
         {
             detail::StmtGuard read(detail::prepareOrThrow(
-                c.db, "SELECT " + column + " FROM " + table + " WHERE " + key.keyName + " = ?1", s->statement->text));
+                c.db(), "SELECT " + column + " FROM " + table + " WHERE " + key.keyName + " = ?1", s->statement->text));
             sqlite3_bind_int64(read.st, 1, r.currentKey());
             if (sqlite3_step(read.st) != SQLITE_ROW)
                 throw OrvX::client(orvapiNoRow, "the current row was deleted");
@@ -261,17 +264,17 @@ void OrvCursor::appendBlob(short col, const void* data, VLong len)
         if (len > 0)
             bytes.append(static_cast<const char*>(data), std::size_t(len));
         const std::string sql = "UPDATE " + table + " SET " + column + " = ?1 WHERE " + key.keyName + " = ?2";
-        detail::StmtGuard write(detail::prepareOrThrow(c.db, sql, sql));
-        if (sqlite3_get_autocommit(c.db)) {
-            int rc = sqlite3_exec(c.db, "BEGIN", nullptr, nullptr, nullptr);
+        detail::StmtGuard write(detail::prepareOrThrow(c.db(), sql, sql));
+        if (sqlite3_get_autocommit(c.db())) {
+            int rc = sqlite3_exec(c.db(), "BEGIN", nullptr, nullptr, nullptr);
             if (rc != SQLITE_OK)
-                throw detail::serverError(c.db, rc, sql, nullptr);
+                throw detail::serverError(c.db(), rc, sql, nullptr);
         }
         sqlite3_bind_blob(write.st, 1, bytes.data(), int(bytes.size()), SQLITE_STATIC);
         sqlite3_bind_int64(write.st, 2, r.currentKey());
         int rc = sqlite3_step(write.st);
         if (rc != SQLITE_DONE)
-            throw detail::serverError(c.db, rc, sql, nullptr);
+            throw detail::serverError(c.db(), rc, sql, nullptr);
         r.currentUpdated();
         return 0;
     });
@@ -320,7 +323,7 @@ void OrvCursor::commit(Handler* handler)
 {
     std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
     runCall(s, handler, faultTransaction, [s]() -> VLong {
-        sqlite3* db = s->connection->db;
+        sqlite3* db = s->connection->db();
         if (!sqlite3_get_autocommit(db)) {
             int rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
             if (rc != SQLITE_OK)
@@ -334,7 +337,7 @@ void OrvCursor::rollback(Handler* handler)
 {
     std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
     runCall(s, handler, faultTransaction, [s]() -> VLong {
-        sqlite3* db = s->connection->db;
+        sqlite3* db = s->connection->db();
         if (!sqlite3_get_autocommit(db)) {
             int rc = sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
             if (rc != SQLITE_OK)
@@ -359,11 +362,11 @@ bool OrvCursor::lastError(OrvX& error) const
     return std::static_pointer_cast<CursorState>(c)->error(error);
 }
 
-bool OrvCursor::checkInvariants() const
+int OrvCursor::checkInvariants() const
 {
     std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
     ConnectionLock l(*s->connection);
-    return !s->result || s->result->checkInvariants();
+    return s->checkInvariants();
 }
 
 void OrvCursor::interrupt()

@@ -36,8 +36,7 @@ void OrvStatement::create(const OrvConnect& connection, const char* sql, bool pe
         {
             detail::ConnectionLock l(*c);
             state->prepare(c, sql, peekTypes);
-            h = detail::ChannelTable::instance().add(state);
-            c->addChild(h);
+            h = c->addChild(state);
         }
         closeChannel();
         setHandle(h, true);

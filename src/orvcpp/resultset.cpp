@@ -66,7 +66,7 @@ ResultSet::~ResultSet() = default;
 std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& statement,
                                       const std::vector<SqlValue>& values, bool snapshot)
 {
-    sqlite3* db = statement->connection->db;
+    sqlite3* db = statement->connection->db();
     SelectShape shape = analyseSelect(statement->dialect.sql);
     TableKey key;
     if (shape.single)
@@ -102,7 +102,7 @@ std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& sta
 
 KeysetResult::KeysetResult(const std::shared_ptr<StatementState>& statement, const std::vector<SqlValue>& values,
                            const SelectShape& shape, const TableKey& key)
-    : m_statement(statement), m_values(values), m_db(statement->connection->db), m_from(shape.fromText),
+    : m_statement(statement), m_values(values), m_db(statement->connection->db()), m_from(shape.fromText),
       m_descending(false), m_count(0), m_stride(g_initialStride), m_initialStride(g_initialStride),
       m_maxCheckpoints(std::size_t(g_maxCheckpoints))
 {
@@ -138,6 +138,17 @@ KeysetResult::KeysetResult(const std::shared_ptr<StatementState>& statement, con
 KeysetResult::~KeysetResult() = default;
 
 sqlite3_stmt* KeysetResult::statement(int which)
+{
+    ConnectionState& c = *m_statement->connection;
+    const std::uint64_t generation = c.statementCache().generation();
+    if (m_stmt[which] && m_stmtGeneration[which] == generation)
+        return m_stmt[which];
+    m_stmt[which] = statementFromCache(which);
+    m_stmtGeneration[which] = c.statementCache().generation();
+    return m_stmt[which];
+}
+
+sqlite3_stmt* KeysetResult::statementFromCache(int which)
 {
     if (!m_sql[which].empty())
         return m_statement->connection->cachedStatement(m_sql[which], m_statement->text);
@@ -461,16 +472,19 @@ void KeysetResult::currentDeleted()
     m_currentRow = 0;
 }
 
-bool KeysetResult::checkInvariants() const
+int KeysetResult::checkInvariants() const
 {
-    bool ok = m_count >= 0 && m_checkpoints.size() <= m_maxCheckpoints && m_stride >= m_initialStride &&
-              (m_stride & (m_stride - 1)) == 0;
-    VEX_ASSERT(ok);
-    for (std::size_t i = 0; ok && i < m_checkpoints.size(); ++i) {
-        ok = i == 0 ? m_checkpoints[0].second == 0 : m_checkpoints[i].second > m_checkpoints[i - 1].second;
-        VEX_ASSERT(ok);
-    }
-    return ok;
+    int broken = 0;
+    for (std::size_t i = 0; !broken && i < m_checkpoints.size(); ++i)
+        if (i == 0 ? m_checkpoints[0].second != 0 : m_checkpoints[i].second <= m_checkpoints[i - 1].second)
+            broken = 1;
+    if (!broken && (m_checkpoints.size() > m_maxCheckpoints || m_stride < m_initialStride ||
+                    (m_stride & (m_stride - 1)) != 0))
+        broken = 3;
+    if (!broken && (m_count < 0 || m_currentRow < 0 || m_currentRow > m_count))
+        broken = 5;
+    VEX_ASSERT(broken == 0);
+    return broken;
 }
 
 // ---- MaterialisedResult ----
@@ -498,7 +512,7 @@ MaterialisedResult::~MaterialisedResult()
 void MaterialisedResult::open()
 {
     ConnectionState& c = *m_statement->connection;
-    sqlite3* db = c.db;
+    sqlite3* db = c.db();
     const std::string& query = m_statement->text;
     m_scratch = c.scratchDb();
     std::string name = c.nextScratchName();
@@ -647,7 +661,7 @@ void MaterialisedResult::currentUpdated()
 {
     if (m_currentRow <= 0 || !m_hasKey)
         return;
-    sqlite3* db = m_statement->connection->db;
+    sqlite3* db = m_statement->connection->db();
     StmtGuard src(prepareOrThrow(db, m_refreshSql, m_statement->text));
     m_statement->bindValues(src.st, m_values);
     bindNamed(src.st, ":vx_k", m_currentKey);
@@ -666,13 +680,13 @@ void MaterialisedResult::currentUpdated()
         throw serverError(m_scratch, rc, m_statement->text, nullptr);
 }
 
-bool MaterialisedResult::checkInvariants() const
+int MaterialisedResult::checkInvariants() const
 {
-    bool ok = std::is_sorted(m_gaps.begin(), m_gaps.end()) &&
-              std::adjacent_find(m_gaps.begin(), m_gaps.end()) == m_gaps.end() && rowCount() >= 0 &&
-              (m_gaps.empty() || (m_gaps.front() >= 1 && m_gaps.back() <= m_copied));
+    const bool ok = std::is_sorted(m_gaps.begin(), m_gaps.end()) &&
+                    std::adjacent_find(m_gaps.begin(), m_gaps.end()) == m_gaps.end() && rowCount() >= 0 &&
+                    (m_gaps.empty() || (m_gaps.front() >= 1 && m_gaps.back() <= m_copied));
     VEX_ASSERT(ok);
-    return ok;
+    return ok ? 0 : 1;
 }
 
 } // namespace detail

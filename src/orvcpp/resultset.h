@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -63,9 +64,25 @@ namespace detail {
 //
 // Column numbers given to a RowSink: the result's columns at 0 .. columnCount() - 1; a key,
 // when the result has one, is not among them.
+// A call taking the row a statement stands on and its index, passed down without being
+// kept: a reference to the caller's callable, so that reading a row allocates nothing.
+class RowSinkRef {
+public:
+    template <class F, class = typename std::enable_if<!std::is_same<typename std::decay<F>::type, RowSinkRef>::value>::type>
+    RowSinkRef(const F& f)
+        : m_object(&f), m_call([](const void* o, sqlite3_stmt* row, VLong index) { (*static_cast<const F*>(o))(row, index); })
+    {
+    }
+    void operator()(sqlite3_stmt* row, VLong index) const { m_call(m_object, row, index); }
+
+private:
+    const void* m_object;
+    void (*m_call)(const void*, sqlite3_stmt*, VLong);
+};
+
 class ResultSet {
 public:
-    typedef std::function<void(sqlite3_stmt* row, VLong index)> RowSink;
+    typedef RowSinkRef RowSink;
 
     virtual ~ResultSet();
 
@@ -99,9 +116,9 @@ public:
     // The current row was updated by a positioned update.
     virtual void currentUpdated() = 0;
 
-    // Checks the invariants of the structure (tests call it after each change); false and
-    // a VEX_ASSERT when one is broken.
-    virtual bool checkInvariants() const = 0;
+    // Checks the invariants of the structure (tests call it after each change): 0 when all
+    // hold, else the number of the first broken one in the class comment (and a VEX_ASSERT).
+    virtual int checkInvariants() const = 0;
 
 protected:
     VLong m_currentRow = 0;
@@ -132,6 +149,7 @@ std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& sta
 //  3. checkpoints.size() <= the most checkpoints; the stride is a power of two, at least
 //     the initial stride (setKeysetLimits).
 //  4. The hint, when set, is an exact (row, key) pair, as is the current row.
+//  5. 0 <= the row count; the current row is 0 (none) or one of 1 .. the row count.
 class KeysetResult : public ResultSet {
 public:
     enum { kInitialStride = 1024, kMaxCheckpoints = 65536 };
@@ -151,7 +169,7 @@ public:
     VLong valueLength(int col) override;
     void currentDeleted() override;
     void currentUpdated() override {}
-    bool checkInvariants() const override;
+    int checkInvariants() const override;
 
     // For tests and the benchmark.
     int checkpointCount() const { return int(m_checkpoints.size()); }
@@ -166,6 +184,7 @@ private:
     bool keyOfRow(VLong row, std::int64_t& key);
     // The derived statement `which`, from the connection's cache.
     sqlite3_stmt* statement(int which);
+    sqlite3_stmt* statementFromCache(int which);
     // The key `offset` rows after the first row at or after `from`.
     bool keyAt(std::int64_t from, VLong offset, std::int64_t& key);
     bool keyFromEnd(VLong offset, std::int64_t& key);
@@ -193,6 +212,10 @@ private:
     std::int64_t m_hintKey = 0;
     std::int64_t m_lastKey = 0; // the key of the result's last row at execute
     std::string m_sql[7]; // the derived statements' texts, built on first use
+    // The derived statements as last taken from the connection's cache, and the cache's
+    // generation then: valid while it is the same.
+    sqlite3_stmt* m_stmt[7] = {};
+    std::uint64_t m_stmtGeneration[7] = {};
 };
 
 // A copy of the result in the scratch database (2. above).
@@ -220,7 +243,7 @@ public:
     VLong valueLength(int col) override;
     void currentDeleted() override;
     void currentUpdated() override;
-    bool checkInvariants() const override;
+    int checkInvariants() const override;
 
 private:
     std::int64_t rowidOf(VLong row) const;

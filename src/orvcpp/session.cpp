@@ -1,5 +1,5 @@
-// The channel table, the connection's lock and worker, opening and closing the database, and
-// the server's errors as OrvX.
+// The channel table, the parts of a connection (its database, lock, worker, children,
+// statement cache, scratch store) and how they work together, and the server's errors as OrvX.
 #include "session.h"
 
 #include "catalog.h"
@@ -17,7 +17,7 @@ ChannelState::~ChannelState() = default;
 
 // ---- ChannelTable ----
 
-ChannelTable::ChannelTable() : m_slots(65536), m_next(1), m_count(0) {}
+ChannelTable::ChannelTable() : m_slots(new Slot[65536]), m_next(1), m_count(0) {}
 
 ChannelTable& ChannelTable::instance()
 {
@@ -27,17 +27,31 @@ ChannelTable& ChannelTable::instance()
     return *table;
 }
 
+void ChannelTable::Slot::lock() const
+{
+    // Held for a pointer copy: a waiter spins briefly, then lets the holder run.
+    for (int spins = 0; busy.test_and_set(std::memory_order_acquire); ++spins)
+        if (spins >= 64)
+            std::this_thread::yield();
+}
+
 unsigned short ChannelTable::add(const std::shared_ptr<ChannelState>& state)
 {
     std::lock_guard<std::mutex> g(m_mutex);
     for (unsigned tries = 0; tries < 65535; ++tries) {
         unsigned h = m_next;
         m_next = m_next >= 65535 ? 1 : m_next + 1;
-        if (!m_slots[h]) {
-            m_slots[h] = state;
+        Slot& slot = m_slots[h];
+        slot.lock();
+        const bool free = !slot.state;
+        if (free) {
             state->handle = static_cast<unsigned short>(h);
-            ++m_count;
-            return state->handle;
+            slot.state = state;
+        }
+        slot.unlock();
+        if (free) {
+            m_count.fetch_add(1, std::memory_order_relaxed);
+            return static_cast<unsigned short>(h);
         }
     }
     throw OrvX::client(orvapiHandlesExhausted, "all 65535 channel handles are in use");
@@ -45,24 +59,43 @@ unsigned short ChannelTable::add(const std::shared_ptr<ChannelState>& state)
 
 void ChannelTable::remove(unsigned short handle)
 {
-    std::shared_ptr<ChannelState> gone; // destroyed outside the table's mutex
+    if (!handle)
+        return;
+    std::shared_ptr<ChannelState> gone; // destroyed outside the table's locks
     std::lock_guard<std::mutex> g(m_mutex);
-    if (handle && m_slots[handle]) {
-        gone.swap(m_slots[handle]);
-        --m_count;
-    }
+    Slot& slot = m_slots[handle];
+    slot.lock();
+    gone.swap(slot.state);
+    slot.unlock();
+    if (gone)
+        m_count.fetch_sub(1, std::memory_order_relaxed);
 }
 
 std::shared_ptr<ChannelState> ChannelTable::find(unsigned short handle) const
 {
-    std::lock_guard<std::mutex> g(m_mutex);
-    return handle ? m_slots[handle] : nullptr;
+    if (!handle)
+        return nullptr;
+    const Slot& slot = m_slots[handle];
+    slot.lock();
+    std::shared_ptr<ChannelState> s = slot.state;
+    slot.unlock();
+    return s;
 }
 
-int ChannelTable::openCount() const
+int ChannelTable::checkInvariants() const
 {
-    std::lock_guard<std::mutex> g(m_mutex);
-    return m_count;
+    int filled = 0;
+    for (unsigned h = 0; h < 65536; ++h) {
+        std::shared_ptr<ChannelState> s = find(static_cast<unsigned short>(h));
+        if (h == 0 && m_slots[0].state)
+            return 1;
+        if (s && s->handle != h)
+            return 1;
+        filled += s ? 1 : 0;
+    }
+    if (m_next < 1 || m_next > 65535)
+        return 2;
+    return filled == openCount() ? 0 : 3;
 }
 
 std::shared_ptr<ConnectionState> openConnection(unsigned short handle)
@@ -75,17 +108,10 @@ std::shared_ptr<ConnectionState> openConnection(unsigned short handle)
     return c;
 }
 
-// ---- ConnectionState ----
+// ---- Database ----
 
-ConnectionState::ConnectionState() : ChannelState(Connection) {}
-
-ConnectionState::~ConnectionState()
-{
-    close();
-}
-
-void ConnectionState::open(const std::string& userName, const std::string& nodeName, VLong m,
-                           bool ro, const std::string& options)
+void Database::open(const std::string& userName, const std::string& nodeName, VLong m, bool ro,
+                    const std::string& options)
 {
     bool create = true;
     int busy = 2000;
@@ -145,9 +171,265 @@ void ConnectionState::open(const std::string& userName, const std::string& nodeN
     readOnly = ro;
 }
 
-sqlite3* ConnectionState::scratchDb()
+void Database::close() noexcept
 {
-    if (!m_scratch) {
+    if (db)
+        sqlite3_close_v2(db); // rolls back an open transaction
+    db = nullptr;
+}
+
+// ---- CallLock ----
+
+void CallLock::lock(bool mayPassQueue, const std::atomic<int>& pending)
+{
+    std::unique_lock<std::mutex> g(m_mutex);
+    const std::thread::id self = std::this_thread::get_id();
+    if (m_owner == self) {
+        ++m_depth;
+        return;
+    }
+    m_cv.wait(g, [&] { return m_depth == 0 && (mayPassQueue || pending.load() == 0); });
+    m_owner = self;
+    m_depth = 1;
+}
+
+void CallLock::unlock()
+{
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        if (--m_depth > 0)
+            return;
+        m_owner = std::thread::id();
+    }
+    m_cv.notify_all();
+}
+
+std::thread::id CallLock::owner() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    return m_owner;
+}
+
+int CallLock::depth() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    return m_depth;
+}
+
+void CallLock::wake()
+{
+    // Taking the mutex orders the fall of the count before a waiter's look at it.
+    { std::lock_guard<std::mutex> g(m_mutex); }
+    m_cv.notify_all();
+}
+
+void CallLock::setRunning(unsigned short cursor)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_running = cursor;
+    m_interrupt.store(false, std::memory_order_relaxed);
+}
+
+unsigned short CallLock::running() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    return m_running;
+}
+
+void CallLock::interrupt(sqlite3* db, unsigned short cursor, bool any)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    if (db && (any || (m_running != 0 && (cursor == 0 || m_running == cursor)))) {
+        m_interrupt.store(true, std::memory_order_relaxed);
+        sqlite3_interrupt(db);
+    }
+}
+
+int CallLock::checkInvariants() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    if ((m_depth > 0) != (m_owner != std::thread::id()) || m_depth < 0)
+        return 1;
+    if (m_running != 0 && m_depth == 0)
+        return 2;
+    return 0;
+}
+
+// ---- WorkQueue ----
+
+bool WorkQueue::push(Job job, const std::function<std::thread()>& start)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    if (m_closing)
+        return false;
+    m_jobs.push_back(std::make_shared<Job>(std::move(job)));
+    ++m_pending;
+    if (!m_thread.joinable()) {
+        m_thread = start();
+        m_workerId.store(m_thread.get_id(), std::memory_order_release);
+    }
+    m_cv.notify_one();
+    return true;
+}
+
+std::shared_ptr<Job> WorkQueue::next()
+{
+    std::unique_lock<std::mutex> g(m_mutex);
+    m_cv.wait(g, [&] { return m_stop || !m_jobs.empty(); });
+    if (m_jobs.empty())
+        return nullptr;
+    std::shared_ptr<Job> job = m_jobs.front();
+    m_jobs.pop_front();
+    ++m_taken;
+    return job;
+}
+
+void WorkQueue::begin(const std::shared_ptr<Job>& job)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_runningJob = job;
+    if (job && m_closing)
+        job->cancelled = true;
+}
+
+void WorkQueue::end()
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_runningJob.reset();
+    --m_taken;
+    --m_pending;
+}
+
+void WorkQueue::cancel(unsigned short cursor)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    for (auto& job : m_jobs)
+        if (job->cursor == cursor)
+            job->cancelled = true;
+}
+
+bool WorkQueue::beginClose()
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_closing = true;
+    for (auto& job : m_jobs)
+        job->cancelled = true;
+    return m_runningJob != nullptr;
+}
+
+std::thread WorkQueue::stop()
+{
+    std::thread t;
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        m_stop = true;
+        t.swap(m_thread);
+    }
+    m_cv.notify_all();
+    return t;
+}
+
+bool WorkQueue::hasThread() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    return m_thread.joinable();
+}
+
+int WorkQueue::checkInvariants() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    if (m_pending.load() != int(m_jobs.size()) + m_taken || m_taken < 0 || m_taken > 1)
+        return 1;
+    if (m_closing)
+        for (const auto& job : m_jobs)
+            if (!job->cancelled)
+                return 2;
+    if (m_thread.joinable() != (workerId() != std::thread::id()) && !m_stop)
+        return 3;
+    return 0;
+}
+
+// ---- ChildRegistry ----
+
+void ChildRegistry::add(unsigned short handle)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_handles.push_back(handle);
+}
+
+void ChildRegistry::remove(unsigned short handle)
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_handles.erase(std::remove(m_handles.begin(), m_handles.end(), handle), m_handles.end());
+}
+
+std::vector<unsigned short> ChildRegistry::list() const
+{
+    std::lock_guard<std::mutex> g(m_mutex);
+    return m_handles;
+}
+
+std::vector<unsigned short> ChildRegistry::take()
+{
+    std::vector<unsigned short> out;
+    std::lock_guard<std::mutex> g(m_mutex);
+    out.swap(m_handles);
+    return out;
+}
+
+// ---- StatementCache ----
+
+sqlite3_stmt* StatementCache::get(sqlite3* db, const std::string& sql, const std::string& query)
+{
+    auto it = m_index.find(sql);
+    if (it != m_index.end()) {
+        m_list.splice(m_list.begin(), m_list, it->second);
+        return it->second->second;
+    }
+    sqlite3_stmt* st = nullptr;
+    int rc = sqlite3_prepare_v3(db, sql.c_str(), int(sql.size()), SQLITE_PREPARE_PERSISTENT, &st, nullptr);
+    if (rc != SQLITE_OK) {
+        sqlite3_finalize(st);
+        throw serverError(db, rc, query, nullptr);
+    }
+    if (m_list.size() >= kCapacity) {
+        sqlite3_finalize(m_list.back().second);
+        ++m_generation;
+        m_index.erase(m_list.back().first);
+        m_list.pop_back();
+    }
+    m_list.emplace_front(sql, st);
+    m_index[sql] = m_list.begin();
+    return st;
+}
+
+void StatementCache::clear() noexcept
+{
+    for (auto& entry : m_list)
+        sqlite3_finalize(entry.second);
+    if (!m_list.empty())
+        ++m_generation;
+    m_list.clear();
+    m_index.clear();
+}
+
+int StatementCache::checkInvariants() const
+{
+    if (m_index.size() != m_list.size() || m_list.size() > kCapacity)
+        return 1;
+    for (auto it = m_list.begin(); it != m_list.end(); ++it) {
+        auto found = m_index.find(it->first);
+        if (found == m_index.end() || found->second != it)
+            return 1;
+    }
+    return 0;
+}
+
+// ---- ScratchStore ----
+
+sqlite3* ScratchStore::db()
+{
+    if (!m_db) {
         // "" is a private temporary file that SQLite deletes on close; its pages live in a
         // small cache, so a large copied result costs disk, not memory.
         sqlite3* s = nullptr;
@@ -160,84 +442,56 @@ sqlite3* ConnectionState::scratchDb()
         }
         sqlite3_exec(s, "PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA cache_size=-2048",
                      nullptr, nullptr, nullptr);
-        m_scratch = s;
+        m_db = s;
     }
-    return m_scratch;
+    return m_db;
 }
 
-sqlite3_stmt* ConnectionState::cachedStatement(const std::string& sql, const std::string& query)
+std::string ScratchStore::nextName()
 {
-    auto it = m_cacheIndex.find(sql);
-    if (it != m_cacheIndex.end()) {
-        m_cache.splice(m_cache.begin(), m_cache, it->second);
-        return it->second->second;
-    }
-    sqlite3_stmt* st = nullptr;
-    int rc = sqlite3_prepare_v3(db, sql.c_str(), int(sql.size()), SQLITE_PREPARE_PERSISTENT, &st, nullptr);
-    if (rc != SQLITE_OK) {
-        sqlite3_finalize(st);
-        throw serverError(db, rc, query, nullptr);
-    }
-    const std::size_t capacity = 64;
-    if (m_cache.size() >= capacity) {
-        sqlite3_finalize(m_cache.back().second);
-        m_cacheIndex.erase(m_cache.back().first);
-        m_cache.pop_back();
-    }
-    m_cache.emplace_front(sql, st);
-    m_cacheIndex[sql] = m_cache.begin();
-    return st;
+    return "r" + std::to_string(++m_serial);
 }
 
-std::string ConnectionState::nextScratchName()
+void ScratchStore::close() noexcept
 {
-    return "r" + std::to_string(++m_scratchSerial);
+    if (m_db)
+        sqlite3_close_v2(m_db);
+    m_db = nullptr;
+}
+
+// ---- ConnectionState ----
+
+ConnectionState::ConnectionState() : ChannelState(Connection) {}
+
+ConnectionState::~ConnectionState()
+{
+    close();
+}
+
+void ConnectionState::open(const std::string& user, const std::string& node, VLong mode, bool readOnly,
+                           const std::string& options)
+{
+    m_database.open(user, node, mode, readOnly, options);
 }
 
 void ConnectionState::close() noexcept
 {
-    {
-        std::unique_lock<std::mutex> g(m_mutex);
-        if (!db && !m_worker.joinable())
-            return;
-        m_closing = true;
-        for (auto& job : m_jobs)
-            job->cancelled = true;
-        if (m_runningJob && db) {
-            m_interrupt = true;
-            sqlite3_interrupt(db);
-        }
-    }
-    std::vector<unsigned short> children;
+    if (!m_database.db && !m_queue.hasThread())
+        return;
+    if (m_queue.beginClose())
+        m_lock.interrupt(m_database.db, 0, true);
     {
         ConnectionLock l(*this);
-        {
-            std::lock_guard<std::mutex> g(m_mutex);
-            children.swap(m_children);
-        }
-        for (unsigned short h : children) {
+        for (unsigned short h : m_children.take()) {
             if (auto child = ChannelTable::instance().find(h))
                 child->release();
             ChannelTable::instance().remove(h);
         }
-        for (auto& entry : m_cache)
-            sqlite3_finalize(entry.second);
         m_cache.clear();
-        m_cacheIndex.clear();
-        if (m_scratch)
-            sqlite3_close_v2(m_scratch);
-        m_scratch = nullptr;
-        if (db)
-            sqlite3_close_v2(db); // rolls back an open transaction
-        db = nullptr;
+        m_scratch.close();
+        m_database.close();
     }
-    std::thread worker;
-    {
-        std::lock_guard<std::mutex> g(m_mutex);
-        m_stop = true;
-        worker.swap(m_worker);
-    }
-    m_jobCv.notify_all();
+    std::thread worker = m_queue.stop();
     if (worker.joinable()) {
         // Closing from a Handler runs on the worker itself, which can't wait for itself.
         if (worker.get_id() == std::this_thread::get_id())
@@ -249,80 +503,31 @@ void ConnectionState::close() noexcept
 
 void ConnectionState::lock(bool asWorker)
 {
-    std::unique_lock<std::mutex> g(m_mutex);
-    const std::thread::id self = std::this_thread::get_id();
-    if (m_owner == self) {
-        ++m_depth;
-        return;
-    }
     // A Handler runs on the worker, which must not wait for the jobs queued behind it.
-    asWorker = asWorker || self == m_workerId;
-    m_cv.wait(g, [&] { return m_depth == 0 && (asWorker || m_pending == 0); });
-    m_owner = self;
-    m_depth = 1;
-}
-
-void ConnectionState::unlock()
-{
-    {
-        std::lock_guard<std::mutex> g(m_mutex);
-        if (--m_depth > 0)
-            return;
-        m_owner = std::thread::id();
-    }
-    m_cv.notify_all();
-}
-
-std::thread::id ConnectionState::owner() const
-{
-    std::lock_guard<std::mutex> g(m_mutex);
-    return m_owner;
-}
-
-int ConnectionState::pending() const
-{
-    std::lock_guard<std::mutex> g(m_mutex);
-    return m_pending;
+    m_lock.lock(asWorker || std::this_thread::get_id() == m_queue.workerId(), m_queue.pending());
 }
 
 void ConnectionState::submit(Job job)
 {
-    std::lock_guard<std::mutex> g(m_mutex);
-    if (m_closing || !db)
+    if (!m_database.db)
         throw OrvX::client(orvapiNotOpen, "the connection is closing");
-    m_jobs.push_back(std::make_shared<Job>(std::move(job)));
-    ++m_pending;
-    if (!m_worker.joinable()) {
-        // The worker keeps the state alive for as long as it runs.
+    // The worker keeps the state alive for as long as it runs.
+    const bool queued = m_queue.push(std::move(job), [this] {
         std::shared_ptr<ConnectionState> self = shared_from_this();
-        m_worker = std::thread([self] { self->workerLoop(); });
-        m_workerId = m_worker.get_id();
-    }
-    m_jobCv.notify_one();
+        return std::thread([self] { self->workerLoop(); });
+    });
+    if (!queued)
+        throw OrvX::client(orvapiNotOpen, "the connection is closing");
 }
 
 void ConnectionState::workerLoop()
 {
-    for (;;) {
-        std::shared_ptr<Job> job;
-        {
-            std::unique_lock<std::mutex> g(m_mutex);
-            m_jobCv.wait(g, [&] { return m_stop || !m_jobs.empty(); });
-            if (m_jobs.empty())
-                return;
-            job = m_jobs.front();
-            m_jobs.pop_front();
-        }
+    while (std::shared_ptr<Job> job = m_queue.next()) {
         OrvX error;
         bool failed = false;
         VLong rows = 0;
         lock(true);
-        {
-            std::lock_guard<std::mutex> g(m_mutex);
-            m_runningJob = job;
-            if (m_closing)
-                job->cancelled = true;
-        }
+        m_queue.begin(job);
         if (job->cancelled) {
             error = OrvX::client(orvapiInterrupted, "the call was cancelled: its cursor or connection closed");
             failed = true;
@@ -337,16 +542,10 @@ void ConnectionState::workerLoop()
                 failed = true;
             }
         }
-        {
-            std::lock_guard<std::mutex> g(m_mutex);
-            m_runningJob.reset();
-        }
+        m_queue.begin(nullptr);
         unlock();
-        {
-            std::lock_guard<std::mutex> g(m_mutex);
-            --m_pending;
-        }
-        m_cv.notify_all();
+        m_queue.end();
+        m_lock.wake();
         if (job->report)
             job->report(failed ? &error : nullptr, failed ? -1 : rows);
     }
@@ -354,64 +553,30 @@ void ConnectionState::workerLoop()
 
 void ConnectionState::cancel(unsigned short cursor)
 {
-    std::lock_guard<std::mutex> g(m_mutex);
-    for (auto& job : m_jobs)
-        if (job->cursor == cursor)
-            job->cancelled = true;
-    if (m_running == cursor && cursor != 0 && db) {
-        m_interrupt = true;
-        sqlite3_interrupt(db);
-    }
+    m_queue.cancel(cursor);
+    if (cursor != 0)
+        m_lock.interrupt(m_database.db, cursor);
 }
 
-void ConnectionState::interrupt(unsigned short cursor)
+unsigned short ConnectionState::addChild(const std::shared_ptr<ChildState>& child)
 {
-    std::lock_guard<std::mutex> g(m_mutex);
-    if (db && m_running != 0 && (cursor == 0 || m_running == cursor)) {
-        m_interrupt = true;
-        sqlite3_interrupt(db);
-    }
+    child->connection = shared_from_this();
+    const unsigned short h = ChannelTable::instance().add(child);
+    m_children.add(h);
+    return h;
 }
 
-void ConnectionState::setRunning(unsigned short cursor)
+int ConnectionState::checkInvariants() const
 {
-    std::lock_guard<std::mutex> g(m_mutex);
-    m_running = cursor;
-    m_interrupt = false;
-}
-
-bool ConnectionState::interruptRequested() const
-{
-    std::lock_guard<std::mutex> g(m_mutex);
-    return m_interrupt;
-}
-
-void ConnectionState::addChild(unsigned short handle)
-{
-    std::lock_guard<std::mutex> g(m_mutex);
-    m_children.push_back(handle);
-}
-
-void ConnectionState::removeChild(unsigned short handle)
-{
-    std::lock_guard<std::mutex> g(m_mutex);
-    m_children.erase(std::remove(m_children.begin(), m_children.end(), handle), m_children.end());
-}
-
-std::vector<unsigned short> ConnectionState::children() const
-{
-    std::lock_guard<std::mutex> g(m_mutex);
-    return m_children;
-}
-
-RunningCall::RunningCall(ConnectionState& c, unsigned short cursor) : m_c(c)
-{
-    m_c.setRunning(cursor);
-}
-
-RunningCall::~RunningCall()
-{
-    m_c.setRunning(0);
+    if (!m_database.db && m_cache.size() != 0)
+        return 5;
+    if (m_lock.checkInvariants())
+        return 2;
+    if (m_queue.checkInvariants())
+        return 3;
+    if (m_cache.checkInvariants())
+        return 5;
+    return 0;
 }
 
 // ---- errors ----

@@ -1,12 +1,13 @@
 // The layer's process-wide table of channels (connections, statements, cursors) by 16-bit
-// handle, and the state of an open connection: its SQLite handles, the lock that serialises
-// its calls, and the worker thread that runs its asynchronous calls.
+// handle, and an open connection as the parts it is made of: its database handle, call lock,
+// worker, child channels, statement cache, scratch store and position serial.
 #pragma once
 
 #include <vexapi/orvcpp/orvx.h>
 
 #include <vexapi/core/types.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -26,6 +27,7 @@ namespace OrvCPP {
 namespace detail {
 
 struct DialectText;
+class ConnectionState;
 
 // One entry of the channel table.
 struct ChannelState {
@@ -38,7 +40,12 @@ struct ChannelState {
     unsigned short handle = 0;
 };
 
-class ConnectionState;
+// A channel that lives on a connection (a statement or a cursor). It keeps its connection
+// alive; the connection closes it when it closes itself.
+struct ChildState : ChannelState {
+    explicit ChildState(Kind k) : ChannelState(k) {}
+    std::shared_ptr<ConnectionState> connection;
+};
 
 // The table of open channels, shared by the whole process.
 //
@@ -47,7 +54,11 @@ class ConnectionState;
 //  2. Handles are given out round the table (the next free number after the last one
 //     given), so that a closed channel's number is not reused before all others were: an
 //     object holding a stale number meets "closed", not a stranger, for as long as possible.
-// Thread-safe.
+//  3. openCount() is the number of filled slots.
+// Thread-safe. `find`, which every call of the layer makes, takes no lock of the table: each
+// slot has a spin lock of its own, held only to copy its pointer, so threads working on
+// different channels never meet. `add` and `remove` also take the table's mutex, which keeps
+// the round order.
 class ChannelTable {
 public:
     static ChannelTable& instance();
@@ -61,17 +72,213 @@ public:
         std::shared_ptr<ChannelState> s = find(handle);
         return s && s->kind == kind ? std::static_pointer_cast<T>(s) : nullptr;
     }
-    int openCount() const;
+    int openCount() const { return m_count.load(std::memory_order_relaxed); }
+    // 0 when the invariants hold, else the number of the first broken one. Walks the table.
+    int checkInvariants() const;
 
 private:
+    struct Slot {
+        mutable std::atomic_flag busy = ATOMIC_FLAG_INIT;
+        std::shared_ptr<ChannelState> state;
+        void lock() const;
+        void unlock() const { busy.clear(std::memory_order_release); }
+    };
+
     ChannelTable();
-    mutable std::mutex m_mutex;
-    std::vector<std::shared_ptr<ChannelState>> m_slots;
+    std::mutex m_mutex; // add and remove
+    std::unique_ptr<Slot[]> m_slots;
     unsigned m_next;
-    int m_count;
+    std::atomic<int> m_count;
 };
 
-// An open connection.
+// ---- The parts of an open connection ----
+
+// The SQLite handle of the database and what it was opened with.
+//
+// Invariants:
+//  1. `db` is open from `open` until `close`; `user` and `node` are those of the last open.
+// Owned by its connection; `db` is used with the connection's lock held.
+struct Database {
+    // Opens the database; OrvX on failure (the handle stays closed).
+    void open(const std::string& user, const std::string& node, VLong mode, bool readOnly,
+              const std::string& options);
+    // Closes the handle (rolling back an open transaction). The lock is held.
+    void close() noexcept;
+
+    sqlite3* db = nullptr;
+    std::string user;
+    std::string node;
+    VLong initialMode = 0;
+    VLong mode = 0;
+    bool readOnly = false;
+};
+
+// The connection's re-entrant lock, and the cursor whose call runs under it (for interrupt).
+//
+// Invariants:
+//  1. owner() is the thread that holds the lock, or no thread; depth() > 0 exactly when
+//     some thread holds it.
+//  2. running() is not 0 only while some thread holds the lock.
+// Thread-safe. The waiting side looks at the worker's count of pending calls (see
+// ConnectionState), which the worker lowers before it calls `wake`.
+class CallLock {
+public:
+    // Takes the lock; a thread that holds it already takes it again. Unless `mayPassQueue`,
+    // waits until `pending` is 0 too.
+    void lock(bool mayPassQueue, const std::atomic<int>& pending);
+    void unlock();
+    std::thread::id owner() const;
+    int depth() const;
+    // Wakes the threads waiting in `lock`: the count of pending calls fell.
+    void wake();
+
+    // The cursor whose call runs now; setting it forgets an earlier interrupt.
+    void setRunning(unsigned short cursor);
+    unsigned short running() const;
+    // Interrupts the call of `cursor` (0: any) when one runs on `db`. `any` interrupts
+    // whatever runs, for closing.
+    void interrupt(sqlite3* db, unsigned short cursor, bool any = false);
+    // Whether an interrupt was asked for the running call; long loops test it between steps
+    // (SQLite forgets an interrupt that comes between two of its statements).
+    bool interruptRequested() const { return m_interrupt.load(std::memory_order_relaxed); }
+
+    // 0 when the invariants hold, else the number of the first broken one.
+    int checkInvariants() const;
+
+private:
+    mutable std::mutex m_mutex;
+    std::condition_variable m_cv; // the lock changed hands, or pending fell
+    std::thread::id m_owner;
+    int m_depth = 0;
+    unsigned short m_running = 0;
+    std::atomic<bool> m_interrupt{false};
+};
+
+// A call queued for the worker.
+struct Job {
+    unsigned short cursor = 0; // the cursor the job belongs to, for interrupt and close
+    std::function<VLong()> body;
+    std::function<void(const OrvX* error, VLong rows)> report;
+    bool cancelled = false;
+};
+
+// The worker's queue of asynchronous calls and the thread that runs them.
+//
+// Invariants:
+//  1. pending() counts the jobs queued or taken by `next` and not yet ended (at most one).
+//  2. After `beginClose` no job is queued; those queued then are cancelled.
+//  3. The thread exists from the first `push` until `stop`; workerId() is its id meanwhile.
+// Thread-safe. The loop that runs the jobs is the connection's (it needs the lock).
+class WorkQueue {
+public:
+    // Queues `job`; false (nothing queued) once closing. `start` runs when the thread must be
+    // made, with the queue's mutex held; it returns the thread.
+    bool push(Job job, const std::function<std::thread()>& start);
+    // The next job, waiting for one; null when the queue stops.
+    std::shared_ptr<Job> next();
+    // Marks `job` as running (null: none runs now); it is cancelled if closing began.
+    void begin(const std::shared_ptr<Job>& job);
+    // The job taken by `next` ended: pending() falls.
+    void end();
+    // Cancels the queued jobs of `cursor`.
+    void cancel(unsigned short cursor);
+    // Cancels every queued job and refuses new ones; true when a job runs now.
+    bool beginClose();
+    // Stops the loop once the queue is empty; the thread, for its owner to join.
+    std::thread stop();
+    bool hasThread() const;
+    std::thread::id workerId() const { return m_workerId.load(std::memory_order_acquire); }
+    const std::atomic<int>& pending() const { return m_pending; }
+
+    // 0 when the invariants hold, else the number of the first broken one.
+    int checkInvariants() const;
+
+private:
+    mutable std::mutex m_mutex;
+    std::condition_variable m_cv; // a job was queued, or the loop must stop
+    std::deque<std::shared_ptr<Job>> m_jobs;
+    std::shared_ptr<Job> m_runningJob; // the job that runs now, for close to interrupt
+    int m_taken = 0;
+    std::atomic<int> m_pending{0};
+    std::thread m_thread;
+    std::atomic<std::thread::id> m_workerId{std::thread::id()};
+    bool m_stop = false;
+    bool m_closing = false;
+};
+
+// The handles of the connection's statements and cursors, for closing them with it.
+// Thread-safe.
+class ChildRegistry {
+public:
+    void add(unsigned short handle);
+    void remove(unsigned short handle);
+    std::vector<unsigned short> list() const;
+    // Empties the registry and returns what it held.
+    std::vector<unsigned short> take();
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<unsigned short> m_handles;
+};
+
+// The layer's own statements (a cursor's derived selects), prepared once per text, least
+// recently used out.
+//
+// Invariants:
+//  1. The index names every entry of the list once, by its text; size() <= kCapacity.
+//  2. generation() rises whenever a statement is finalized: a pointer obtained at one
+//     generation stays valid while the generation is the same.
+// Used with the connection's lock held.
+class StatementCache {
+public:
+    enum { kCapacity = 64 };
+    ~StatementCache() { clear(); }
+    // The statement for `sql` on `db`, prepared on first use. The pointer is the cache's: use
+    // it, reset it, and ask again next time. OrvX naming `query` on failure.
+    sqlite3_stmt* get(sqlite3* db, const std::string& sql, const std::string& query);
+    void clear() noexcept;
+    std::uint64_t generation() const { return m_generation; }
+    std::size_t size() const { return m_list.size(); }
+
+    // 0 when the invariants hold, else the number of the first broken one.
+    int checkInvariants() const;
+
+private:
+    typedef std::list<std::pair<std::string, sqlite3_stmt*>> List; // most recently used first
+    List m_list;
+    std::unordered_map<std::string, List::iterator> m_index;
+    std::uint64_t m_generation = 0;
+};
+
+// The private store for copied results: a temporary database of the connection's own,
+// opened on first use, and the names of its tables.
+// Used with the connection's lock held.
+class ScratchStore {
+public:
+    ~ScratchStore() { close(); }
+    // The store, opened on first use; OrvX on failure.
+    sqlite3* db();
+    // A fresh name for a table in the store.
+    std::string nextName();
+    void close() noexcept;
+
+private:
+    sqlite3* m_db = nullptr;
+    unsigned m_serial = 0;
+};
+
+// A number that rises with every positioning of a cursor of the connection: the most
+// recently positioned cursor of a name is the one with the highest number.
+// Used with the connection's lock held.
+class PositionSerial {
+public:
+    std::uint64_t next() { return ++m_value; }
+
+private:
+    std::uint64_t m_value = 0;
+};
+
+// An open connection: the parts above, and the rules by which they work together.
 //
 // Threading design: SQLite lets one connection be used from several threads only one call
 // at a time, and a connection's statements belong to it. So every call of the layer that
@@ -84,14 +291,32 @@ private:
 // thread, so that a registered procedure may run statements on its caller's connection.
 // Handlers are told after the lock is released, so a Handler may call the layer.
 //
+// States and events (a job is one asynchronous call):
+//
+//   state      event                  function                     next state
+//   ---------  ---------------------  ---------------------------  -----------------
+//   CLOSED     open succeeds          open                         OPEN
+//   CLOSED     open fails             open (throws)                CLOSED
+//   OPEN       synchronous call       lock ... unlock              OPEN
+//   OPEN       call with a Handler    submit (starts the worker)   WORKING
+//   WORKING    call with a Handler    submit                       WORKING
+//   WORKING    synchronous call       lock waits for pending == 0  WORKING, then OPEN
+//   WORKING    job ends, queue empty  workerLoop: end, wake        OPEN (worker idle)
+//   WORKING    cancel / interrupt     cancel, interrupt            WORKING
+//   OPEN       close                  close                        CLOSED
+//   WORKING    close                  close: beginClose cancels    CLOSED (jobs end with
+//                                     the queue, interrupts the    orvapiInterrupted; the
+//                                     running job, joins worker    worker is joined)
+//   any        close from a Handler   close: worker detached       CLOSED
+//
 // Invariants:
-//  1. `db` is open from `open` until `close`; `scratch` (the private store for copied
-//     results) is open from its first use until `close`.
-//  2. owner() is the thread that holds the lock, or no thread; depth() > 0 exactly when
-//     some thread holds it.
-//  3. pending() counts the asynchronous calls queued or running; a thread other than the
-//     worker takes the lock only while pending() is 0.
+//  1. database.db is open from `open` until `close`; the scratch store is open from its
+//     first use until `close`.
+//  2. The lock's invariants (CallLock) hold.
+//  3. The queue's invariants (WorkQueue) hold; a thread other than the worker takes the lock
+//     only while pending() is 0.
 //  4. After `close` begins no call is queued; queued ones end with orvapiInterrupted.
+//  5. The statement cache's invariants (StatementCache) hold; it is empty when closed.
 class ConnectionState : public ChannelState, public std::enable_shared_from_this<ConnectionState> {
 public:
     ConnectionState();
@@ -103,85 +328,65 @@ public:
     // Interrupts and cancels what runs or waits, closes every child channel and the
     // database. Never throws.
     void close() noexcept;
-    bool isOpen() const { return db != nullptr; }
+    bool isOpen() const { return m_database.db != nullptr; }
+    sqlite3* db() const { return m_database.db; }
+    Database& database() { return m_database; }
+    const Database& database() const { return m_database; }
 
     // The private store for copied results, opened on first use.
-    sqlite3* scratchDb();
+    sqlite3* scratchDb() { return m_scratch.db(); }
+    // A fresh name for a table in the scratch store.
+    std::string nextScratchName() { return m_scratch.nextName(); }
 
     // The lock (see the class comment). `asWorker` is the worker's own taking, which
     // doesn't wait for the queue.
     void lock(bool asWorker = false);
-    void unlock();
-    std::thread::id owner() const;
+    void unlock() { m_lock.unlock(); }
+    std::thread::id owner() const { return m_lock.owner(); }
 
     // Queues `job` for the worker. The job runs with the lock held and returns the rows to
     // tell; an OrvX it throws is its failure. `report` is then called without the lock,
     // with the code and rows. OrvX orvapiNotOpen once closing.
-    struct Job {
-        unsigned short cursor = 0; // the cursor the job belongs to, for interrupt and close
-        std::function<VLong()> body;
-        std::function<void(const OrvX* error, VLong rows)> report;
-        bool cancelled = false;
-    };
+    typedef detail::Job Job;
     void submit(Job job);
     // Cancels the queued jobs of `cursor` and interrupts its running call, if any.
     void cancel(unsigned short cursor);
     // Interrupts the running call of `cursor` (0: any), from any thread.
-    void interrupt(unsigned short cursor);
-    int pending() const;
+    void interrupt(unsigned short cursor) { m_lock.interrupt(m_database.db, cursor); }
+    int pending() const { return m_queue.pending().load(); }
 
     // The cursor whose call runs now (for interrupt), set by `RunningCall`.
-    void setRunning(unsigned short cursor);
-    // Whether an interrupt was asked for the running call; long loops test it between steps
-    // (SQLite forgets an interrupt that comes between two of its statements).
-    bool interruptRequested() const;
+    void setRunning(unsigned short cursor) { m_lock.setRunning(cursor); }
+    bool interruptRequested() const { return m_lock.interruptRequested(); }
 
-    // Children, for closing them with the connection.
-    void addChild(unsigned short handle);
-    void removeChild(unsigned short handle);
-    std::vector<unsigned short> children() const;
+    // Registers a new statement or cursor of this connection: gives it a handle in the
+    // channel table and closes it with the connection. The lock is held.
+    unsigned short addChild(const std::shared_ptr<ChildState>& child);
+    void removeChild(unsigned short handle) { m_children.remove(handle); }
+    std::vector<unsigned short> children() const { return m_children.list(); }
 
-    // A number that rises with every positioning of a cursor of this connection.
-    std::uint64_t nextPositionSerial() { return ++m_positionSerial; }
-    // The layer's own statements (a cursor's derived selects), prepared once per text and
-    // kept in a small cache of the connection, least recently used out. The pointer is the
-    // cache's: use it, reset it, and ask again next time. OrvX naming `query` on failure.
+    std::uint64_t nextPositionSerial() { return m_positionSerial.next(); }
+    // A statement of the layer's own from the connection's cache (see StatementCache::get).
     // The lock is held.
-    sqlite3_stmt* cachedStatement(const std::string& sql, const std::string& query);
+    sqlite3_stmt* cachedStatement(const std::string& sql, const std::string& query)
+    {
+        return m_cache.get(m_database.db, sql, query);
+    }
+    const StatementCache& statementCache() const { return m_cache; }
 
-    // A fresh name for a table in the scratch store.
-    std::string nextScratchName();
-
-    sqlite3* db = nullptr;
-    std::string user;
-    std::string node;
-    VLong initialMode = 0;
-    VLong mode = 0;
-    bool readOnly = false;
+    // 0 when the invariants hold, else the number of the first broken one. The lock is held.
+    int checkInvariants() const;
 
 private:
     void workerLoop();
 
-    mutable std::mutex m_mutex;
-    std::condition_variable m_cv;    // the lock changed hands, or pending fell
-    std::condition_variable m_jobCv; // a job was queued, or the worker must stop
-    std::thread::id m_owner;
-    int m_depth = 0;
-    int m_pending = 0;
-    std::deque<std::shared_ptr<Job>> m_jobs;
-    std::shared_ptr<Job> m_runningJob;
-    std::thread m_worker;
-    std::thread::id m_workerId;
-    bool m_stop = false;
-    bool m_closing = false;
-    unsigned short m_running = 0;
-    bool m_interrupt = false;
-    std::vector<unsigned short> m_children;
-    sqlite3* m_scratch = nullptr;
-    std::uint64_t m_positionSerial = 0;
-    std::list<std::pair<std::string, sqlite3_stmt*>> m_cache; // most recently used first
-    std::unordered_map<std::string, std::list<std::pair<std::string, sqlite3_stmt*>>::iterator> m_cacheIndex;
-    unsigned m_scratchSerial = 0;
+    Database m_database;
+    CallLock m_lock;
+    WorkQueue m_queue;
+    ChildRegistry m_children;
+    StatementCache m_cache;
+    ScratchStore m_scratch;
+    PositionSerial m_positionSerial;
 };
 
 // Holds a connection's lock for a scope.
@@ -199,8 +404,10 @@ private:
 // Marks the cursor whose call runs, for a scope (the connection's lock held).
 class RunningCall {
 public:
-    RunningCall(ConnectionState& c, unsigned short cursor);
-    ~RunningCall();
+    RunningCall(ConnectionState& c, unsigned short cursor) : m_c(c) { m_c.setRunning(cursor); }
+    ~RunningCall() { m_c.setRunning(0); }
+    RunningCall(const RunningCall&) = delete;
+    RunningCall& operator=(const RunningCall&) = delete;
 
 private:
     ConnectionState& m_c;

@@ -95,7 +95,7 @@ TableKey tableKey(sqlite3* db, const std::string& schema, const std::string& tab
     return k;
 }
 
-StatementState::StatementState() : ChannelState(Statement) {}
+StatementState::StatementState() : ChildState(Statement) {}
 
 StatementState::~StatementState()
 {
@@ -114,7 +114,7 @@ void StatementState::prepare(const std::shared_ptr<ConnectionState>& c, const st
 {
     connection = c;
     text = sqlText;
-    sqlite3* db = c->db;
+    sqlite3* db = c->db();
     dialect = translateDialect(text, [db](const std::string& schema, const std::string& table,
                                           const std::string& column) {
         const char* decl = nullptr;
@@ -167,7 +167,7 @@ void StatementState::prepare(const std::shared_ptr<ConnectionState>& c, const st
 
 void StatementState::describeColumns(bool peekTypes)
 {
-    sqlite3* db = connection->db;
+    sqlite3* db = connection->db();
     const int n = sqlite3_column_count(stmt);
     columns.assign(std::size_t(n), ColumnDesc());
     bool undeclared = false;
@@ -317,7 +317,7 @@ void StatementState::describeParams()
         return;
     const SqlTokens t = tokenize(dialect.sql);
     const std::vector<TableRef> tables = tablesOf(t);
-    sqlite3* db = connection->db;
+    sqlite3* db = connection->db();
     auto resolve = [&](const std::string& qualifier, const std::string& column, ColumnDesc& d) {
         for (const TableRef& r : tables) {
             if (!qualifier.empty() && !equalNoCase(qualifier, r.alias) && !equalNoCase(qualifier, r.table))

@@ -40,7 +40,7 @@ TableKey tableKey(sqlite3* db, const std::string& schema, const std::string& tab
 //     procedure call without arguments, or after `release`.
 //  2. paramCount is the number of parameters of `stmt` (0 without one); params has that many
 //     entries, columns one per result column of `stmt` (none for a procedure call).
-class StatementState : public ChannelState {
+class StatementState : public ChildState {
 public:
     StatementState();
     ~StatementState() override;
@@ -60,7 +60,6 @@ public:
 
     bool isProcedure() const { return queryType == kindProcedure; }
 
-    std::shared_ptr<ConnectionState> connection;
     std::string text;
     DialectText dialect;
     sqlite3_stmt* stmt = nullptr;

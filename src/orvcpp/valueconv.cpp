@@ -174,14 +174,22 @@ OrvDate dateOf(sqlite3_value* v)
     OrvDate d = OrvDate::invalid();
     switch (sqlite3_value_type(v)) {
     case SQLITE_TEXT: {
-        std::string t(reinterpret_cast<const char*>(sqlite3_value_text(v)), std::size_t(sqlite3_value_bytes(v)));
+        // A copy to adjust, on the stack: dates are read in read loops, which allocate
+        // nothing. A text too long for it is no date.
+        const char* src = reinterpret_cast<const char*>(sqlite3_value_text(v));
+        std::size_t n = std::size_t(sqlite3_value_bytes(v));
+        char t[64];
+        if (!src || n >= sizeof t)
+            return d;
+        std::memcpy(t, src, n);
+        t[n] = 0;
         // ISO 8601 as SQLite's date functions may write it: a 'T' between date and time,
         // a 'Z' at the end.
-        if (t.size() > 10 && t[10] == 'T')
+        if (n > 10 && t[10] == 'T')
             t[10] = ' ';
-        if (!t.empty() && t.back() == 'Z')
-            t.pop_back();
-        if (OrvDate::fromText(t.c_str(), int(t.size()), d) != 0)
+        if (n > 0 && t[n - 1] == 'Z')
+            t[--n] = 0;
+        if (OrvDate::fromText(t, int(n), d) != 0)
             d = OrvDate::invalid();
         return d;
     }

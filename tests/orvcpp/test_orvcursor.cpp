@@ -12,13 +12,42 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <functional>
 #include <string>
 #include <vector>
 
 using namespace OrvCPP;
 using namespace orvtest;
+
+// The test binary's operator new counts the allocations of a thread while it asks to (the
+// read-loop test below); it allocates with malloc, and its delete frees, so that it pairs
+// the same way with and without AddressSanitizer's own operators.
+namespace {
+thread_local bool t_countAllocations = false;
+thread_local long t_allocations = 0;
+} // namespace
+
+void* operator new(std::size_t n)
+{
+    if (t_countAllocations)
+        ++t_allocations;
+    if (void* p = std::malloc(n ? n : 1))
+        return p;
+    throw std::bad_alloc();
+}
+// GCC takes a free() of what operator new gave for a mismatch; here new is malloc.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 namespace {
 
@@ -102,7 +131,7 @@ TEST_P(CursorShapes, RowCountIsKnownAfterExecuteBeforeAnyFetch)
     EXPECT_EQ(c.rowCount(), VLong(model.size()));
     EXPECT_EQ(c.currentRow(), 0);
     EXPECT_EQ(c.columnCount(), 3);
-    EXPECT_TRUE(c.checkInvariants());
+    EXPECT_EQ(c.checkInvariants(), 0);
 }
 
 TEST_P(CursorShapes, AbsoluteFetchReadsTheRowWithOrWithoutBindMap)
@@ -125,7 +154,7 @@ TEST_P(CursorShapes, AbsoluteFetchReadsTheRowWithOrWithoutBindMap)
         c.fetch(fetchFirst, 0);
         c.fetch(fetchAbsolute, r);
         EXPECT_EQ(text(c, 2), "item" + std::to_string(model[std::size_t(r - 1)])) << "row " << r;
-        EXPECT_TRUE(c.checkInvariants());
+        EXPECT_EQ(c.checkInvariants(), 0);
     }
 }
 
@@ -190,7 +219,7 @@ TEST_P(CursorShapes, MultiFetchFillsAKortArrayStepByRecordSize)
         }
     }
     desc.deleteKortArray(array);
-    EXPECT_TRUE(c.checkInvariants());
+    EXPECT_EQ(c.checkInvariants(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Results, CursorShapes, ::testing::ValuesIn(kShapes),
@@ -451,6 +480,60 @@ TEST_F(Cursor, ColumnOptionsFlagAutoKeysAndTestNulls)
     EXPECT_EQ(ORVANE_GetCursorOption(c, 999, 1, &v, nullptr), orvapiBadArgument);
     EXPECT_EQ(ORVANE_GetCursorOption(c, ORVANE_OPT_CURSOR_AUTOKEY, 9, &v, nullptr), orvapiBadArgument);
     EXPECT_EQ(ORVANE_GetCursorOption(s, ORVANE_OPT_CURSOR_AUTOKEY, 1, &v, nullptr), orvapiBadHandle);
+}
+
+} // namespace
+
+namespace {
+
+// The loop a program writes to read a result, fetch next and getData of every column in
+// each fetch form, allocates nothing once its first rows are read: for both kinds of
+// result, with nulls and the fault switch off.
+TEST_F(Cursor, AReadLoopAllocatesNothing)
+{
+    const char* selects[] = {
+        "select id, name, price, made, weight, qty, title from items",             // keyset
+        "select id, name, price, made, weight, qty, title from items order by name" // a copy
+    };
+    for (const char* sql : selects) {
+        SCOPED_TRACE(sql);
+        OrvCursor c(db, 0, "c");
+        c.execute(sql);
+        VLong id = 0, qty = 0, len = 0;
+        char name[24], isNull = 0;
+        OrvDec price;
+        OrvDate made;
+        double weight = 0;
+        WChar title[16];
+        const ValueInfo columns[] = {
+            ValueInfo(&id, &isNull),
+            ValueInfo(name, VLong(sizeof name), &isNull, &len),
+            ValueInfo(orvDecimal, &price, 16, &isNull, nullptr, 10, 2),
+            ValueInfo(orvDate, &made, 16, &isNull),
+            ValueInfo(orvDouble, &weight, 8, &isNull),
+            ValueInfo(&qty, &isNull),
+            ValueInfo(orvWideChar, title, VLong(sizeof title), &isNull, &len),
+        };
+        auto readRow = [&] {
+            c.fetch(fetchNext, 0);
+            for (short col = 1; col <= 7; ++col)
+                c.getData(col, columns[col - 1]);
+        };
+        for (int r = 0; r < 10; ++r)
+            readRow(); // prepares the statements the loop uses
+        long sum = 0;
+        t_allocations = 0;
+        t_countAllocations = true;
+        for (int r = 10; r < kItems; ++r) {
+            readRow();
+            sum += id;
+        }
+        t_countAllocations = false;
+        EXPECT_EQ(t_allocations, 0);
+        EXPECT_EQ(c.currentRow(), kItems);
+        EXPECT_GT(sum, 0);
+        EXPECT_EQ(c.checkInvariants(), 0);
+    }
 }
 
 } // namespace

@@ -3,11 +3,16 @@
 // what runs and cancel what waits; a Handler and a procedure may call the layer.
 #include "test_orvsupport.h"
 
+#include "session.h"
+
 #include <vexapi/orvcpp/procedures.h>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,9 +22,51 @@ using namespace orvtest;
 
 namespace {
 
-// A select that runs for many seconds unless interrupted.
-const char kLongSelect[] =
-    "with recursive c(i) as (select 1 union all select i + 1 from c where i < 2000000000) select count(*) from c";
+// A select that never ends by itself. Its first row calls test_gate(), so the test knows
+// when the select runs inside SQLite and decides when it goes on.
+const char kEndlessSelect[] =
+    "with recursive c(i) as (select test_gate() union all select i + 1 from c) select count(*) from c";
+
+// The SQL function test_gate() of one connection: the caller's statement reports that it
+// started, then waits until the test opens the gate. An interrupt given after `waitStarted`
+// meets a running statement, which SQLite stops at its next step: no timing is involved.
+class Gate {
+public:
+    explicit Gate(const OrvConnect& connection)
+    {
+        std::shared_ptr<detail::ConnectionState> c = detail::openConnection(connection);
+        detail::ConnectionLock l(*c);
+        sqlite3_create_function_v2(c->db(), "test_gate", 0, SQLITE_UTF8, this, &call, nullptr, nullptr, nullptr);
+    }
+    // Waits until a statement entered the gate; false after 30 s (the test then fails).
+    bool waitStarted()
+    {
+        std::unique_lock<std::mutex> g(m_mutex);
+        return m_cv.wait_for(g, std::chrono::seconds(30), [this] { return m_started; });
+    }
+    void open()
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        m_open = true;
+        m_cv.notify_all();
+    }
+
+private:
+    static void call(sqlite3_context* context, int, sqlite3_value**)
+    {
+        Gate& gate = *static_cast<Gate*>(sqlite3_user_data(context));
+        std::unique_lock<std::mutex> g(gate.m_mutex);
+        gate.m_started = true;
+        gate.m_cv.notify_all();
+        gate.m_cv.wait(g, [&gate] { return gate.m_open; });
+        sqlite3_result_int(context, 1);
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_cv;
+    bool m_started = false;
+    bool m_open = false;
+};
 
 class Handlers : public ::testing::Test {
 protected:
@@ -105,11 +152,13 @@ TEST_F(Handlers, CallsRunInTheOrderTheyWereMade)
 TEST_F(Handlers, CloseInterruptsTheRunningCallAndCancelsTheQueuedOnes)
 {
     auto c = std::make_unique<OrvCursor>(db, 0, "c");
+    Gate gate(db);
     WaitHandler running, queued1, queued2;
-    c->execute(kLongSelect, &running);
+    c->execute(kEndlessSelect, &running);
     c->execute("select 1", &queued1);
     c->fetch(fetchAbsolute, 1, nullptr, &queued2);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_TRUE(gate.waitStarted());
+    gate.open(); // the select runs on, and only close can end it
     c->close();
     for (WaitHandler* h : {&running, &queued1, &queued2}) {
         ASSERT_TRUE(h->wait());
@@ -123,12 +172,14 @@ TEST_F(Handlers, CloseInterruptsTheRunningCallAndCancelsTheQueuedOnes)
 TEST_F(Handlers, InterruptStopsASynchronousCallFromAnotherThread)
 {
     OrvCursor c(db, 0, "c");
-    std::thread stopper([&c] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        c.interrupt();
+    Gate gate(db);
+    std::thread stopper([&c, &gate] {
+        if (gate.waitStarted())
+            c.interrupt(); // while the select waits at the gate
+        gate.open();
     });
     try {
-        c.execute(kLongSelect);
+        c.execute(kEndlessSelect);
         ADD_FAILURE() << "the select ran to its end";
     } catch (const OrvX& x) {
         EXPECT_EQ(x.orvapiError(), orvapiInterrupted);
@@ -201,10 +252,12 @@ TEST_F(Handlers, ClosingTheConnectionEndsEverything)
 {
     OrvConnect other("", "", ":memory:");
     OrvCursor c(other, 0, "c");
+    Gate gate(other);
     WaitHandler running, queued;
-    c.execute(kLongSelect, &running);
+    c.execute(kEndlessSelect, &running);
     c.execute("select 1", &queued);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_TRUE(gate.waitStarted());
+    gate.open();
     other.close();
     ASSERT_TRUE(running.wait());
     ASSERT_TRUE(queued.wait());

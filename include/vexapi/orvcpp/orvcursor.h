@@ -126,9 +126,10 @@ public:
     // false when none failed.
     bool lastError(OrvX& error) const;
 
-    // Checks the invariants of the cursor's result structure (resultset.h); tests call it
-    // after each change. True without a result.
-    bool checkInvariants() const;
+    // Checks the invariants of the cursor and its result structure; tests call it after
+    // each change. 0 when all hold, else the number of the first broken one (cursorstate.h
+    // numbers them).
+    int checkInvariants() const;
 
     // Stops the call of this cursor that is running now, from any thread: it ends with
     // orvapiInterrupted. Does nothing when none runs.
