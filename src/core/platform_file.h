@@ -9,10 +9,9 @@
 namespace VexAPI {
 namespace platform {
 
-// fopen on a 16-bit path, with fopen's mode letters. A "t" is honoured on Windows and
-// dropped elsewhere. Null path or mode: EINVAL; an empty path: ENOENT. A directory is
-// refused on every platform, as Windows refuses it, rather than failing at the first read
-// as glibc would.
+// fopen on a 16-bit path (not null, not empty: wfopen checks), with fopen's mode letters.
+// A "t" is honoured on Windows and dropped elsewhere. A directory is refused on every
+// platform, as Windows refuses it, rather than failing at the first read as glibc would.
 std::FILE* openFile(const WChar* path, const char* mode);
 
 } // namespace platform

@@ -4,6 +4,8 @@
 
 #include "platform_file.h"
 
+#include <cerrno>
+
 #include <vexapi/core/charset.h>
 #include "platformtext.h"
 #include <vexapi/core/servertext.h>
@@ -81,6 +83,14 @@ std::string toUtf8(const WChar* text, int size)
 
 FILE* wfopen(const WChar* path, const char* mode)
 {
+    if (!path || !mode) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    if (!*path) {
+        errno = ENOENT;
+        return nullptr;
+    }
     return VexAPI::platform::openFile(path, mode);
 }
 

@@ -83,24 +83,6 @@ private:
     std::thread m_thread;
 };
 
-std::thread later(std::chrono::milliseconds delay, std::function<void()> call)
-{
-    return std::thread([delay, call] {
-        std::this_thread::sleep_for(delay);
-        call();
-    });
-}
-
-// Calls `call` on a worker once a OneLevelGUIWaiter wait is running.
-std::thread whenWaiting(std::function<void()> call)
-{
-    return std::thread([call] {
-        while (!OneLevelGUIWaiter::exists())
-            std::this_thread::sleep_for(1ms);
-        call();
-    });
-}
-
 // The test's thread as the main thread, as the entry makes it.
 class MainThreadTest : public ::testing::Test {
 protected:
@@ -112,6 +94,7 @@ protected:
     }
     void TearDown() override
     {
+        joinWorkers();
         EXPECT_FALSE(watchdog.fired) << "a wait had to be ended by the watchdog";
         Application::setAsyncComplete(0);
         MainQueue::Message message;
@@ -121,19 +104,35 @@ protected:
         MainMutex::close();
     }
 
+    // Runs `call` on a worker that the next loop or wait starts from a call it dispatches:
+    // the worker runs while that loop runs, with no timing to guess.
+    void startInsideLoop(std::function<void()> call)
+    {
+        app.postCall([this, call] { m_workers.emplace_back(call); });
+    }
+    void joinWorkers()
+    {
+        for (std::thread& worker : m_workers)
+            worker.join();
+        m_workers.clear();
+    }
+
     // The next message of the queue, without waiting.
     MainQueue::Took next(MainQueue::Message& message) { return MainQueue::peek(message); }
 
     LoopApp app;
     // A posted quit ends a main loop whose own ending was lost.
     Watchdog watchdog{[this] { app.postCall([] { Application::quitApplication(-99); }); }};
+
+private:
+    std::vector<std::thread> m_workers;
 };
 
 TEST_F(MainThreadTest, WorkerExitLoopEndsEnterLoop)
 {
-    std::thread worker = later(20ms, [] { Application::exit_loop(); });
+    startInsideLoop([] { Application::exit_loop(); });
     Application::enter_loop();
-    worker.join();
+    joinWorkers();
     MainQueue::Message message;
     EXPECT_FALSE(MainQueue::peek(message, 1039));
 }
@@ -169,31 +168,38 @@ TEST_F(MainThreadTest, ExitRequestOvertakesQueuedCalls)
 TEST_F(MainThreadTest, AsyncCompleteEndsTheLoopAfterTheNextDispatch)
 {
     std::atomic<bool> ran{false};
-    std::thread worker = later(20ms, [this, &ran] {
+    // The worker's setAsyncComplete waits for the main mutex, which the loop holds across
+    // the dispatch that starts the worker and its check after it: the flag is seen at the
+    // dispatch of the call posted after it.
+    startInsideLoop([this, &ran] {
         Application::setAsyncComplete(1);
         app.postCall([&ran] { ran = true; });
     });
     Application::enter_loop();
-    worker.join();
+    joinWorkers();
     EXPECT_TRUE(ran);
     EXPECT_EQ(Application::asyncComplete(), 1);
 }
 
 TEST_F(MainThreadTest, WorkerSignalWaitsUntilTheDispatchHasEnded)
 {
-    std::atomic<bool> inDispatch{false};
+    std::atomic<bool> calling{false};
     std::atomic<bool> dispatchEnded{false};
     std::atomic<bool> endedWhenSignalReturned{false};
+    std::thread worker;
     app.postCall([&] {
-        inDispatch = true;
-        std::this_thread::sleep_for(100ms);
+        worker = std::thread([&] {
+            calling = true;
+            Application::exit_loop();
+            endedWhenSignalReturned = dispatchEnded.load();
+        });
+        // The dispatch goes on until the worker is calling exit_loop, and a while after: an
+        // exit_loop that did not wait for the main mutex would have returned meanwhile.
+        while (!calling)
+            std::this_thread::yield();
+        for (int i = 0; i < 20000; ++i)
+            std::this_thread::yield();
         dispatchEnded = true;
-    });
-    std::thread worker([&] {
-        while (!inDispatch)
-            std::this_thread::sleep_for(1ms);
-        Application::exit_loop();
-        endedWhenSignalReturned = dispatchEnded.load();
     });
     Application::enter_loop();
     worker.join();
@@ -281,14 +287,12 @@ TEST_P(WaiterTest, EndsWithTheResult)
     EXPECT_FALSE(OneLevelGUIWaiter::result());
     if (c.beforeWait)
         c.beforeWait();
-    std::thread worker;
     if (c.during && c.duringOnWorker)
-        worker = whenWaiting(c.during);
+        startInsideLoop(c.during);
     else if (c.during)
         app.postCall(c.during);
     OneLevelGUIWaiter::Result result = OneLevelGUIWaiter::Wait();
-    if (worker.joinable())
-        worker.join();
+    joinWorkers();
     EXPECT_EQ(result, c.expected);
     EXPECT_FALSE(OneLevelGUIWaiter::exists());
     EXPECT_TRUE(OneLevelGUIWaiter::result());
@@ -339,7 +343,7 @@ TEST_F(MainThreadTest, SecondWaitInsideAWaitAnswersAtOnce)
         nested = OneLevelGUIWaiter::Wait();
         initDuringWait = OneLevelGUIWaiter::Init();
         resultDuringWait = OneLevelGUIWaiter::result();
-        worker = later(10ms, [] { OneLevelGUIWaiter::Leave(); });
+        worker = std::thread([] { OneLevelGUIWaiter::Leave(); });
     });
     EXPECT_EQ(OneLevelGUIWaiter::Wait(), OneLevelGUIWaiter::Left);
     worker.join();
@@ -361,9 +365,9 @@ TEST_F(MainThreadTest, WakeUpsSentDuringAWaitAreDrainedWithIt)
     EXPECT_FALSE(MainQueue::peek(message, 1044));
     // The next wait starts clean.
     ASSERT_TRUE(OneLevelGUIWaiter::Init());
-    std::thread worker = whenWaiting([] { OneLevelGUIWaiter::Break(); });
+    startInsideLoop([] { OneLevelGUIWaiter::Break(); });
     EXPECT_EQ(OneLevelGUIWaiter::Wait(), OneLevelGUIWaiter::Broken);
-    worker.join();
+    joinWorkers();
 }
 
 TEST_F(MainThreadTest, QuitDuringAWaitBreaksItAndIsPassedOn)

@@ -11,14 +11,6 @@
 
 std::FILE* VexAPI::platform::openFile(const WChar* path, const char* mode)
 {
-    if (!path || !mode) {
-        errno = EINVAL;
-        return nullptr;
-    }
-    if (!*path) {
-        errno = ENOENT;
-        return nullptr;
-    }
     const std::string name = utf8FromWide(path);
     if (name.empty()) {
         errno = EINVAL;

@@ -6,14 +6,6 @@
 
 std::FILE* VexAPI::platform::openFile(const WChar* path, const char* mode)
 {
-    if (!path || !mode) {
-        errno = EINVAL;
-        return nullptr;
-    }
-    if (!*path) {
-        errno = ENOENT;
-        return nullptr;
-    }
     // fopen's modes are ASCII: widened byte by byte.
     wchar_t wideMode[16];
     int i = 0;

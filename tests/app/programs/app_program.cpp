@@ -105,30 +105,34 @@ public:
     void deInitApplication() override { say("deinit"); }
 
 private:
-    // The loop controls through the real entry: a worker ends each wait.
+    // The loop controls through the real entry: a worker ends each wait. Each worker is
+    // started by a call that the loop itself dispatches, so it runs while the loop runs.
+    bool onPost(void* pointer) override
+    {
+        m_worker = std::thread(reinterpret_cast<void (*)()>(pointer));
+        return true;
+    }
+
+    static void exitLoop() { Application::exit_loop(); }
+    static void leaveWait() { OneLevelGUIWaiter::Leave(); }
+
     void runLoops()
     {
-        std::thread exiter([] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            Application::exit_loop();
-        });
+        post(reinterpret_cast<void*>(&exitLoop));
         enter_loop();
-        exiter.join();
+        m_worker.join();
         say("enter_loop left");
 
         OneLevelGUIWaiter::Init();
-        std::thread leaver([] {
-            while (!OneLevelGUIWaiter::exists())
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            OneLevelGUIWaiter::Leave();
-        });
+        post(reinterpret_cast<void*>(&leaveWait));
         int result = OneLevelGUIWaiter::Wait();
-        leaver.join();
+        m_worker.join();
         std::printf("wait %d\n", result);
         std::fflush(stdout);
     }
 
     std::string m_scenario;
+    std::thread m_worker;
 };
 
 TestApp s_app;
