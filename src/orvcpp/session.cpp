@@ -617,5 +617,11 @@ OrvX serverError(sqlite3* db, int rc, const std::string& query, const DialectTex
     return x;
 }
 
+std::uint64_t ConnectionState::dataStamp() const
+{
+    // Both parts only rise, so their sum moves whenever either does.
+    return m_writes + std::uint64_t(sqlite3_total_changes64(m_database.db));
+}
+
 } // namespace detail
 } // namespace OrvCPP

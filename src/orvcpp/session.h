@@ -366,6 +366,14 @@ public:
     std::vector<unsigned short> children() const { return m_children.list(); }
 
     std::uint64_t nextPositionSerial() { return m_positionSerial.next(); }
+    // Tells the connection's cursors that the layer ran something that may change data
+    // (a write, a commit or rollback, a procedure): their fetched rows are read again.
+    // The lock is held.
+    void noteWrite() { ++m_writes; }
+    // A number that moves whenever data may have changed through this connection: the
+    // layer's writes and SQLite's own change count (which also sees writes a procedure
+    // made on the handle). The lock is held.
+    std::uint64_t dataStamp() const;
     // A statement of the layer's own from the connection's cache (see StatementCache::get).
     // The lock is held.
     sqlite3_stmt* cachedStatement(const std::string& sql, const std::string& query)
@@ -387,6 +395,7 @@ private:
     StatementCache m_cache;
     ScratchStore m_scratch;
     PositionSerial m_positionSerial;
+    std::uint64_t m_writes = 0;
 };
 
 // Holds a connection's lock for a scope.
