@@ -34,8 +34,7 @@ VLong runCall(const std::shared_ptr<CursorState>& cursor, OrvCursor::Handler* ha
     detail::ConnectionState& c = *cursor->connection;
     const unsigned short handle = cursor->handle;
     if (!handler) {
-        ConnectionLock l(c);
-        detail::RunningCall running(c, handle);
+        detail::CallScope scope(c, handle);
         try {
             if (fails)
                 throw fault;
