@@ -96,6 +96,7 @@ CursorState::~CursorState()
 
 void CursorState::release() noexcept
 {
+    rows.clear();
     result.reset();
     statement.reset();
     columns.clear();
@@ -125,11 +126,14 @@ int CursorState::checkInvariants() const
     // 3 is a rule of the callers, not a state to check.
     if (result && result->checkInvariants() != 0)
         return 4;
+    if (rows.checkInvariants() != 0 || (!result && rows.held() != 0))
+        return 5;
     return 0;
 }
 
 void CursorState::dropResult()
 {
+    rows.clear();
     result.reset();
     columns.clear();
     rowCount = 0;
@@ -142,6 +146,8 @@ VLong CursorState::run(const std::shared_ptr<StatementState>& s, const std::vect
 {
     dropResult();
     statement = s;
+    if (s->queryType != kindSelect)
+        connection->noteWrite();
     if (s->isProcedure())
         return rowCount = runProcedure(s, values, params);
     if (s->queryType == kindPositionedUpdate || s->queryType == kindPositionedDelete)
@@ -239,8 +245,10 @@ VLong CursorState::runPositioned(const std::shared_ptr<StatementState>& s, const
     if (changed > 0) {
         if (s->queryType == kindPositionedDelete)
             r.currentDeleted();
-        else
+        else {
             r.currentUpdated();
+            target->refetchCurrent();
+        }
     }
     return changed;
 }
@@ -292,6 +300,21 @@ VLong CursorState::runProcedure(const std::shared_ptr<StatementState>& s, const 
     return data.rowCount >= 0 ? data.rowCount : VLong(sqlite3_total_changes64(c.db()) - before);
 }
 
+void CursorState::refetchCurrent()
+{
+    if (!rowFetched())
+        return;
+    const VLong row = result->currentRow();
+    // A row that can't be read again (gone from the table) keeps no copy: getData then
+    // reads the result, which tells that the row is gone.
+    try {
+        if (rows.fill(*result, int(columns.size()), row, 1, connection->dataStamp()) == 1)
+            rows.select(row);
+    } catch (const OrvX&) {
+        rows.clear();
+    }
+}
+
 VLong CursorState::target(short how, VLong row) const
 {
     const VLong current = result ? result->currentRow() : 0;
@@ -314,21 +337,22 @@ VLong CursorState::target(short how, VLong row) const
     }
 }
 
-void CursorState::locateAndRead(VLong row, const ResultSet::RowSink& sink)
+void CursorState::fetchRow(VLong row, bool forward)
 {
     if (!result)
         throw OrvX::client(orvapiNotOpen, "the cursor has no result to fetch from");
-    result->locateAndRead(row, sink);
+    result->checkRow(row);
+    const std::uint64_t stamp = connection->dataStamp();
+    if (!forward || !rows.holds(row, stamp)) {
+        const VLong count = forward ? rows.blockRows() : 1;
+        if (rows.fill(*result, int(columns.size()), row, count, stamp) == 0)
+            throw OrvX::client(orvapiNoRow, "row " + std::to_string(row) + " is no longer in the table");
+    }
+    rows.select(row);
+    result->setCurrent(row, rows.currentKey());
     positioned = connection->nextPositionSerial();
 }
 
-void CursorState::locate(VLong row)
-{
-    if (!result)
-        throw OrvX::client(orvapiNotOpen, "the cursor has no result to fetch from");
-    result->locate(row);
-    positioned = connection->nextPositionSerial();
-}
 
 } // namespace detail
 } // namespace OrvCPP

@@ -4,6 +4,7 @@
 
 #include <vexapi/orvcpp/orvx.h>
 #include "resultset.h"
+#include "rowbuffer.h"
 #include "session.h"
 #include "statementstate.h"
 
@@ -26,8 +27,8 @@ namespace detail {
 //   IDLE       execute a select               run -> makeResult             RESULT
 //   IDLE       execute any other statement    run -> runWrite,              IDLE
 //                                             runPositioned, runProcedure
-//   RESULT     fetch inside the result        target, locate (AndRead)      ON_ROW
-//   ON_ROW     fetch inside the result        target, locate (AndRead)      ON_ROW
+//   RESULT     fetch inside the result        target, fetchRow              ON_ROW
+//   ON_ROW     fetch inside the result        target, fetchRow              ON_ROW
 //   RESULT,    fetch outside the result       target, locate: orvapiNoRow   unchanged
 //   ON_ROW
 //   ON_ROW     positioned delete of its row   ResultSet::currentDeleted     RESULT
@@ -48,6 +49,7 @@ namespace detail {
 //  3. Every member but the error is changed only with the connection's lock held.
 //  4. The result, when there is one, keeps its own invariants (its checkInvariants tells
 //     which broke).
+//  5. The row buffer keeps its invariants (rowbuffer.h), and holds rows only of `result`.
 class CursorState : public ChildState {
 public:
     CursorState();
@@ -61,9 +63,16 @@ public:
 
     // Positions: the row number for a direction; OrvX orvapiNoRow outside the result.
     VLong target(short how, VLong row) const;
-    void locate(VLong row);
-    // Positions on `row` and reads it.
-    void locateAndRead(VLong row, const ResultSet::RowSink& sink);
+    // Positions on `row` and fetches it into `rows`: from the read-ahead when `forward`
+    // (a fetch of the next row) finds it there and nothing was written through the
+    // connection since, else by a new block read (of blockRows() rows when `forward`,
+    // of the one row otherwise, which drops the read-ahead).
+    void fetchRow(VLong row, bool forward);
+    // Reads the current row's copy again after a write to that row through this cursor's
+    // position (a positioned update, appendBlob), which the cursor shows at once.
+    void refetchCurrent();
+    // The current row's copy, when the cursor stands on the row `rows` holds as current.
+    bool rowFetched() const { return result && rows.currentRow() > 0 && rows.currentRow() == result->currentRow(); }
 
     void setError(const OrvX& error);
     bool error(OrvX& out) const;
@@ -76,6 +85,7 @@ public:
     bool snapshot = false;
     std::shared_ptr<StatementState> statement;
     std::unique_ptr<ResultSet> result;
+    RowBuffer rows; // the fetched rows of `result`
     std::vector<ColumnDesc> columns;
     VLong rowCount = 0;
     std::uint64_t positioned = 0; // the connection's position serial at the last fetch

@@ -38,6 +38,10 @@ VLong ORVANE_GetCursorOption(unsigned short handle, VLong option, VLong column, 
             if (!s->result || s->result->currentRow() <= 0)
                 return orvapiNoRow;
             VLong isNull = 0;
+            // The fetched copy, as getData reads it; a value it leaves out, from the result.
+            const detail::BufferedValue* v = s->rowFetched() ? s->rows.value(int(column - 1)) : nullptr;
+            if (v)
+                return answer(value, size, v->type == SQLITE_NULL ? 1 : 0);
             s->result->readCurrent([&](sqlite3_stmt* st, VLong) {
                 isNull = sqlite3_column_type(st, int(column - 1)) == SQLITE_NULL ? 1 : 0;
             });

@@ -34,8 +34,7 @@ VLong runCall(const std::shared_ptr<CursorState>& cursor, OrvCursor::Handler* ha
     detail::ConnectionState& c = *cursor->connection;
     const unsigned short handle = cursor->handle;
     if (!handler) {
-        ConnectionLock l(c);
-        detail::RunningCall running(c, handle);
+        detail::CallScope scope(c, handle);
         try {
             if (fails)
                 throw fault;
@@ -73,6 +72,20 @@ void checkColumn(const CursorState& s, short col)
 {
     if (col < 1 || std::size_t(col) > s.columns.size())
         throw OrvX::client(orvapiBadArgument, "column " + std::to_string(col) + " does not exist");
+}
+
+// Stores column `col` (from 1) of the current row: from the fetched copy, or, for a value
+// the copy leaves out (a blob), read from the result.
+void storeCurrent(CursorState& s, short col, const ValueInfo& info)
+{
+    if (s.rowFetched()) {
+        if (const detail::BufferedValue* v = s.rows.value(col - 1)) {
+            detail::storeValue(*v, s.rows.bytes(), info, 0, col);
+            return;
+        }
+    }
+    s.result->readCurrent(
+        [&](sqlite3_stmt* st, VLong) { detail::storeValue(sqlite3_column_value(st, col - 1), info, 0, col); });
 }
 
 // Stores the bound columns of one row.
@@ -169,10 +182,15 @@ void OrvCursor::fetch(short how, VLong row, const BindMap* columns, Handler* han
     runCall(s, handler, faultFetch, [s, how, row, copy, map]() -> VLong {
         checkResult(*s);
         const VLong target = s->target(how, row);
+        s->fetchRow(target, how == fetchNext);
         if (map)
-            s->locateAndRead(target, [&](sqlite3_stmt* st, VLong) { storeRow(*s, st, *map, 0); });
-        else
-            s->locate(target);
+            for (int i = 0; i < map->count(); ++i) {
+                const short n = map->numberAt(i);
+                if (n == 0)
+                    continue;
+                checkColumn(*s, n);
+                storeCurrent(*s, n, map->infoAt(i));
+            }
         return 1;
     });
 }
@@ -214,9 +232,7 @@ void OrvCursor::getData(short col, const ValueInfo& value)
         }
         checkResult(*s);
         checkColumn(*s, col);
-        s->result->readCurrent([&](sqlite3_stmt* st, VLong) {
-            detail::storeValue(sqlite3_column_value(st, col - 1), value, 0, col);
-        });
+        storeCurrent(*s, col, value);
         return 0;
     });
 }
@@ -270,12 +286,14 @@ void OrvCursor::appendBlob(short col, const void* data, VLong len)
             if (rc != SQLITE_OK)
                 throw detail::serverError(c.db(), rc, sql, nullptr);
         }
+        c.noteWrite();
         sqlite3_bind_blob(write.st, 1, bytes.data(), int(bytes.size()), SQLITE_STATIC);
         sqlite3_bind_int64(write.st, 2, r.currentKey());
         int rc = sqlite3_step(write.st);
         if (rc != SQLITE_DONE)
             throw detail::serverError(c.db(), rc, sql, nullptr);
         r.currentUpdated();
+        s->refetchCurrent();
         return 0;
     });
 }
@@ -324,6 +342,7 @@ void OrvCursor::commit(Handler* handler)
     std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
     runCall(s, handler, faultTransaction, [s]() -> VLong {
         sqlite3* db = s->connection->db();
+        s->connection->noteWrite();
         if (!sqlite3_get_autocommit(db)) {
             int rc = sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
             if (rc != SQLITE_OK)
@@ -338,6 +357,7 @@ void OrvCursor::rollback(Handler* handler)
     std::shared_ptr<CursorState> s = detail::openCursor(rawHandle());
     runCall(s, handler, faultTransaction, [s]() -> VLong {
         sqlite3* db = s->connection->db();
+        s->connection->noteWrite();
         if (!sqlite3_get_autocommit(db)) {
             int rc = sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
             if (rc != SQLITE_OK)

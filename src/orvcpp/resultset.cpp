@@ -63,6 +63,12 @@ void setKeysetLimits(VLong initialStride, int maxCheckpoints)
 
 ResultSet::~ResultSet() = default;
 
+void ResultSet::checkRow(VLong row) const
+{
+    if (row < 1 || row > rowCount())
+        throw noRow(row, rowCount());
+}
+
 std::unique_ptr<ResultSet> makeResult(const std::shared_ptr<StatementState>& statement,
                                       const std::vector<SqlValue>& values, bool snapshot)
 {
@@ -238,6 +244,9 @@ void KeysetResult::open()
     if (n > std::numeric_limits<VLong>::max())
         throw OrvX::client(orvapiNotSupported, "the select has more than 2^31 - 1 rows", m_statement->text.c_str());
     m_count = VLong(n);
+    // A forward walk adds a checkpoint every stride rows as it passes: their room is taken
+    // now (up to 64 KB), so that the walk allocates nothing.
+    m_checkpoints.reserve(std::min<std::size_t>({std::size_t(m_count / m_stride) + 2, m_maxCheckpoints, 4096}));
 }
 
 bool KeysetResult::keyAt(std::int64_t from, VLong offset, std::int64_t& key)
@@ -339,20 +348,6 @@ bool KeysetResult::baseOf(VLong row, std::int64_t& key, VLong& offset, bool& exa
     return true;
 }
 
-bool KeysetResult::keyOfRow(VLong row, std::int64_t& key)
-{
-    std::int64_t base;
-    VLong offset;
-    bool exact;
-    if (!baseOf(row, base, offset, exact))
-        return false;
-    if (offset == 0 && exact) {
-        key = base;
-        return true;
-    }
-    return keyAt(base, offset, key);
-}
-
 VLong KeysetResult::read(VLong first, VLong count, bool blobs, const RowSink& sink)
 {
     if (first < 1 || first > m_count || count <= 0)
@@ -389,30 +384,6 @@ VLong KeysetResult::read(VLong first, VLong count, bool blobs, const RowSink& si
     return i;
 }
 
-void KeysetResult::locate(VLong row)
-{
-    std::int64_t key;
-    if (row < 1 || row > m_count)
-        throw noRow(row, m_count);
-    if (!keyOfRow(row, key))
-        throw OrvX::client(orvapiNoRow, "row " + std::to_string(row) + " is no longer in the table");
-    m_currentRow = row;
-    m_currentKey = key;
-    m_hintRow = row;
-    m_hintKey = key;
-}
-
-void KeysetResult::locateAndRead(VLong row, const RowSink& sink)
-{
-    if (row < 1 || row > m_count)
-        throw noRow(row, m_count);
-    if (read(row, 1, true, sink) != 1)
-        throw OrvX::client(orvapiNoRow, "row " + std::to_string(row) + " is no longer in the table");
-    // read() left the hint on the row: it is the current row now.
-    m_currentRow = row;
-    m_currentKey = m_hintKey;
-}
-
 void KeysetResult::readCurrent(const RowSink& sink)
 {
     if (m_currentRow <= 0)
@@ -446,6 +417,24 @@ VLong KeysetResult::valueLength(int col)
     VLong n = 0;
     readCurrent([&](sqlite3_stmt* st, VLong) { n = sqlite3_column_bytes(st, col); });
     return n;
+}
+
+bool KeysetResult::leavesOut(int col) const
+{
+    return !m_listNoBlobs.empty() && col >= 0 && std::size_t(col) < m_statement->columns.size() &&
+           m_statement->columns[std::size_t(col)].type.type == orvBlob;
+}
+
+std::int64_t KeysetResult::rowKey(sqlite3_stmt* row) const
+{
+    // A block read gives the key as its last column.
+    return sqlite3_column_int64(row, sqlite3_column_count(row) - 1);
+}
+
+void KeysetResult::setCurrent(VLong row, std::int64_t key)
+{
+    m_currentRow = row;
+    m_currentKey = key;
 }
 
 void KeysetResult::currentDeleted()
@@ -608,16 +597,6 @@ VLong MaterialisedResult::read(VLong first, VLong count, bool, const RowSink& si
     return i;
 }
 
-void MaterialisedResult::locate(VLong row)
-{
-    if (row < 1 || row > rowCount())
-        throw noRow(row, rowCount());
-    m_currentRow = row;
-    m_currentRowid = rowidOf(row);
-    if (m_hasKey)
-        readCurrent([&](sqlite3_stmt* st, VLong) { m_currentKey = sqlite3_column_int64(st, m_columns); });
-}
-
 void MaterialisedResult::readCurrent(const RowSink& sink)
 {
     if (m_currentRow <= 0)
@@ -645,6 +624,18 @@ VLong MaterialisedResult::valueLength(int col)
         readCurrent([&](sqlite3_stmt* st, VLong) { n = sqlite3_column_bytes(st, col); });
     sqlite3_blob_close(blob);
     return n;
+}
+
+std::int64_t MaterialisedResult::rowKey(sqlite3_stmt* row) const
+{
+    return m_hasKey ? sqlite3_column_int64(row, m_columns) : 0;
+}
+
+void MaterialisedResult::setCurrent(VLong row, std::int64_t key)
+{
+    m_currentRow = row;
+    m_currentRowid = rowidOf(row);
+    m_currentKey = key;
 }
 
 void MaterialisedResult::currentDeleted()

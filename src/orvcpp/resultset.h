@@ -46,9 +46,13 @@ namespace detail {
 //    the time of scanning N keys); afterwards any row = a seek plus a skip of < stride rows.
 //    The table is read live, bounded by the key of the result's last row at execute: rows
 //    added since (their keys come after) stay out of the result; a positioned delete through
-//    the layer is accounted for (the rows after it move up); changed values are seen; rows
-//    deleted or given keys inside the range by other statements shift the numbering until
-//    the cursor runs the select again.
+//    the layer is accounted for (the rows after it move up); rows deleted or given keys
+//    inside the range by other statements shift the numbering until the cursor runs the
+//    select again. Changed values are seen by the reads made after the change: a cursor
+//    reads rows in blocks (rowbuffer.h) and shows each row as of its fetch or its block's
+//    read; a write through the same connection drops the rows a cursor read ahead, so the
+//    next fetch reads them again, while another connection's write is seen from the next
+//    block.
 //
 // 2. MaterialisedResult, for every other select (joins, grouping, DISTINCT, aggregates,
 //    compound selects, LIMIT, an ORDER BY of other columns, PRAGMA), and for any select of a
@@ -61,6 +65,10 @@ namespace detail {
 //    proportion to the result, memory bounded by the scratch database's page cache of 2 MB);
 //    afterwards any row = a seek. A positioned delete removes the copy's row and notes its
 //    number, so the rows after it move up.
+//
+// A cursor reads rows from either kind through `read`, a block at a time, and keeps them
+// in its RowBuffer (rowbuffer.h); the current row is then set with setCurrent, without a
+// second read. readCurrent serves what the buffer leaves out (blobs).
 //
 // Column numbers given to a RowSink: the result's columns at 0 .. columnCount() - 1; a key,
 // when the result has one, is not among them.
@@ -90,18 +98,19 @@ public:
     // Calls `sink` for rows first .. first + count - 1 that exist (index 0 for the first),
     // and returns how many it read. `blobs` false allows leaving blob columns out (null).
     virtual VLong read(VLong first, VLong count, bool blobs, const RowSink& sink) = 0;
-    // Makes `row` the current row; OrvX orvapiNoRow outside 1 .. rowCount().
-    virtual void locate(VLong row) = 0;
-    // Makes `row` the current row and reads it, in one step where the result can.
-    virtual void locateAndRead(VLong row, const RowSink& sink)
-    {
-        locate(row);
-        readCurrent(sink);
-    }
     // Reads the current row; OrvX orvapiNoRow when there is none or it is gone.
     virtual void readCurrent(const RowSink& sink) = 0;
     // The byte size of column `col` (from 0) of the current row.
     virtual VLong valueLength(int col) = 0;
+    // Whether a read without blobs gives column `col` as null instead of its value.
+    virtual bool leavesOut(int col) const = 0;
+    // The key of the row `row` stands on, as `read` passes it (0 for a result without keys).
+    virtual std::int64_t rowKey(sqlite3_stmt* row) const = 0;
+    // Makes `row`, just read by `read` with key `key`, the current row without reading it
+    // again.
+    virtual void setCurrent(VLong row, std::int64_t key) = 0;
+    // OrvX orvapiNoRow when `row` is outside 1 .. rowCount().
+    void checkRow(VLong row) const;
 
     VLong currentRow() const { return m_currentRow; }
     // Whether rows are rows of one table with a key (positioned writes work).
@@ -163,10 +172,11 @@ public:
 
     VLong rowCount() const override { return m_count; }
     VLong read(VLong first, VLong count, bool blobs, const RowSink& sink) override;
-    void locate(VLong row) override;
-    void locateAndRead(VLong row, const RowSink& sink) override;
     void readCurrent(const RowSink& sink) override;
     VLong valueLength(int col) override;
+    bool leavesOut(int col) const override;
+    std::int64_t rowKey(sqlite3_stmt* row) const override;
+    void setCurrent(VLong row, std::int64_t key) override;
     void currentDeleted() override;
     void currentUpdated() override {}
     int checkInvariants() const override;
@@ -180,8 +190,6 @@ private:
     // the end) and how many rows `row` lies after it; `exact` false when the key is only a
     // lower bound of the base row's key (a checkpoint). False when the table has fewer rows.
     bool baseOf(VLong row, std::int64_t& key, VLong& offset, bool& exact);
-    // The key of row `row` (1 .. count); false when the table has fewer rows now.
-    bool keyOfRow(VLong row, std::int64_t& key);
     // The derived statement `which`, from the connection's cache.
     sqlite3_stmt* statement(int which);
     sqlite3_stmt* statementFromCache(int which);
@@ -238,9 +246,11 @@ public:
 
     VLong rowCount() const override { return m_copied - VLong(m_gaps.size()); }
     VLong read(VLong first, VLong count, bool blobs, const RowSink& sink) override;
-    void locate(VLong row) override;
     void readCurrent(const RowSink& sink) override;
     VLong valueLength(int col) override;
+    bool leavesOut(int) const override { return false; }
+    std::int64_t rowKey(sqlite3_stmt* row) const override;
+    void setCurrent(VLong row, std::int64_t key) override;
     void currentDeleted() override;
     void currentUpdated() override;
     int checkInvariants() const override;

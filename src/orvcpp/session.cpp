@@ -180,28 +180,66 @@ void Database::close() noexcept
 
 // ---- CallLock ----
 
-void CallLock::lock(bool mayPassQueue, const std::atomic<int>& pending)
+void CallLock::acquire(std::unique_lock<std::mutex>& g, bool mayPassQueue, const std::atomic<int>& pending)
 {
-    std::unique_lock<std::mutex> g(m_mutex);
     const std::thread::id self = std::this_thread::get_id();
     if (m_owner == self) {
         ++m_depth;
         return;
     }
-    m_cv.wait(g, [&] { return m_depth == 0 && (mayPassQueue || pending.load() == 0); });
+    auto free = [&] { return m_depth == 0 && (mayPassQueue || pending.load() == 0); };
+    if (!free()) {
+        ++m_waiters;
+        m_cv.wait(g, free);
+        --m_waiters;
+    }
     m_owner = self;
     m_depth = 1;
 }
 
+bool CallLock::release()
+{
+    if (--m_depth > 0)
+        return false;
+    m_owner = std::thread::id();
+    return m_waiters > 0;
+}
+
+void CallLock::lock(bool mayPassQueue, const std::atomic<int>& pending)
+{
+    std::unique_lock<std::mutex> g(m_mutex);
+    acquire(g, mayPassQueue, pending);
+}
+
 void CallLock::unlock()
 {
+    bool wake;
     {
         std::lock_guard<std::mutex> g(m_mutex);
-        if (--m_depth > 0)
-            return;
-        m_owner = std::thread::id();
+        wake = release();
     }
-    m_cv.notify_all();
+    if (wake)
+        m_cv.notify_all();
+}
+
+void CallLock::lockRunning(bool mayPassQueue, const std::atomic<int>& pending, unsigned short cursor)
+{
+    std::unique_lock<std::mutex> g(m_mutex);
+    acquire(g, mayPassQueue, pending);
+    m_running = cursor;
+    m_interrupt.store(false, std::memory_order_relaxed);
+}
+
+void CallLock::unlockRunning()
+{
+    bool wake;
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        m_running = 0;
+        wake = release();
+    }
+    if (wake)
+        m_cv.notify_all();
 }
 
 std::thread::id CallLock::owner() const
@@ -219,8 +257,13 @@ int CallLock::depth() const
 void CallLock::wake()
 {
     // Taking the mutex orders the fall of the count before a waiter's look at it.
-    { std::lock_guard<std::mutex> g(m_mutex); }
-    m_cv.notify_all();
+    bool waiters;
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        waiters = m_waiters > 0;
+    }
+    if (waiters)
+        m_cv.notify_all();
 }
 
 void CallLock::setRunning(unsigned short cursor)
@@ -507,6 +550,11 @@ void ConnectionState::lock(bool asWorker)
     m_lock.lock(asWorker || std::this_thread::get_id() == m_queue.workerId(), m_queue.pending());
 }
 
+void ConnectionState::lockRunning(unsigned short cursor)
+{
+    m_lock.lockRunning(std::this_thread::get_id() == m_queue.workerId(), m_queue.pending(), cursor);
+}
+
 void ConnectionState::submit(Job job)
 {
     if (!m_database.db)
@@ -615,6 +663,12 @@ OrvX serverError(sqlite3* db, int rc, const std::string& query, const DialectTex
         x = OrvX(0, short(ext), orvapiInterrupted, orvErrorClient, query.empty() ? nullptr : query.c_str(),
                  "the call was interrupted");
     return x;
+}
+
+std::uint64_t ConnectionState::dataStamp() const
+{
+    // Both parts only rise, so their sum moves whenever either does.
+    return m_writes + std::uint64_t(sqlite3_total_changes64(m_database.db));
 }
 
 } // namespace detail

@@ -66,11 +66,19 @@ public:
     unsigned short add(const std::shared_ptr<ChannelState>& state);
     void remove(unsigned short handle);
     std::shared_ptr<ChannelState> find(unsigned short handle) const;
+    // The same, cast to T when it is of `kind`. The cast is taken inside the slot's lock, so
+    // that the pointer is copied once: every call of a read loop looks its channel up.
     template <class T>
     std::shared_ptr<T> find(unsigned short handle, ChannelState::Kind kind) const
     {
-        std::shared_ptr<ChannelState> s = find(handle);
-        return s && s->kind == kind ? std::static_pointer_cast<T>(s) : nullptr;
+        if (!handle)
+            return nullptr;
+        const Slot& slot = m_slots[handle];
+        slot.lock();
+        std::shared_ptr<T> s =
+            slot.state && slot.state->kind == kind ? std::static_pointer_cast<T>(slot.state) : nullptr;
+        slot.unlock();
+        return s;
     }
     int openCount() const { return m_count.load(std::memory_order_relaxed); }
     // 0 when the invariants hold, else the number of the first broken one. Walks the table.
@@ -127,6 +135,10 @@ public:
     // waits until `pending` is 0 too.
     void lock(bool mayPassQueue, const std::atomic<int>& pending);
     void unlock();
+    // lock and setRunning(cursor), and setRunning(0) and unlock, each in one step: a call of
+    // the layer takes the mutex twice instead of four times.
+    void lockRunning(bool mayPassQueue, const std::atomic<int>& pending, unsigned short cursor);
+    void unlockRunning();
     std::thread::id owner() const;
     int depth() const;
     // Wakes the threads waiting in `lock`: the count of pending calls fell.
@@ -147,9 +159,15 @@ public:
 
 private:
     mutable std::mutex m_mutex;
+    // Takes the lock with m_mutex held in `g`.
+    void acquire(std::unique_lock<std::mutex>& g, bool mayPassQueue, const std::atomic<int>& pending);
+    // Gives one level of the lock back with m_mutex held; true when waiters must be woken.
+    bool release();
+
     std::condition_variable m_cv; // the lock changed hands, or pending fell
     std::thread::id m_owner;
     int m_depth = 0;
+    int m_waiters = 0; // threads waiting in lock: nobody to wake when 0
     unsigned short m_running = 0;
     std::atomic<bool> m_interrupt{false};
 };
@@ -342,6 +360,9 @@ public:
     // doesn't wait for the queue.
     void lock(bool asWorker = false);
     void unlock() { m_lock.unlock(); }
+    // lock and setRunning(cursor) in one step, and the reverse (see CallScope).
+    void lockRunning(unsigned short cursor);
+    void unlockRunning() { m_lock.unlockRunning(); }
     std::thread::id owner() const { return m_lock.owner(); }
 
     // Queues `job` for the worker. The job runs with the lock held and returns the rows to
@@ -366,6 +387,14 @@ public:
     std::vector<unsigned short> children() const { return m_children.list(); }
 
     std::uint64_t nextPositionSerial() { return m_positionSerial.next(); }
+    // Tells the connection's cursors that the layer ran something that may change data
+    // (a write, a commit or rollback, a procedure): their fetched rows are read again.
+    // The lock is held.
+    void noteWrite() { ++m_writes; }
+    // A number that moves whenever data may have changed through this connection: the
+    // layer's writes and SQLite's own change count (which also sees writes a procedure
+    // made on the handle). The lock is held.
+    std::uint64_t dataStamp() const;
     // A statement of the layer's own from the connection's cache (see StatementCache::get).
     // The lock is held.
     sqlite3_stmt* cachedStatement(const std::string& sql, const std::string& query)
@@ -387,6 +416,7 @@ private:
     StatementCache m_cache;
     ScratchStore m_scratch;
     PositionSerial m_positionSerial;
+    std::uint64_t m_writes = 0;
 };
 
 // Holds a connection's lock for a scope.
@@ -396,6 +426,19 @@ public:
     ~ConnectionLock() { m_c.unlock(); }
     ConnectionLock(const ConnectionLock&) = delete;
     ConnectionLock& operator=(const ConnectionLock&) = delete;
+
+private:
+    ConnectionState& m_c;
+};
+
+// Holds a connection's lock and marks the cursor whose call runs, for the scope of a
+// synchronous call (a ConnectionLock and a RunningCall, taken in one step).
+class CallScope {
+public:
+    CallScope(ConnectionState& c, unsigned short cursor) : m_c(c) { m_c.lockRunning(cursor); }
+    ~CallScope() { m_c.unlockRunning(); }
+    CallScope(const CallScope&) = delete;
+    CallScope& operator=(const CallScope&) = delete;
 
 private:
     ConnectionState& m_c;

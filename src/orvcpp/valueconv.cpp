@@ -124,20 +124,34 @@ bool parseReal(const char* text, double& out)
     return true;
 }
 
+// A sqlite3_value as storeValue reads it.
+struct SqliteSource {
+    sqlite3_value* v;
+    int type() const { return sqlite3_value_type(v); }
+    std::int64_t int64() const { return sqlite3_value_int64(v); }
+    double real() const { return sqlite3_value_double(v); }
+    const unsigned char* text() const { return sqlite3_value_text(v); }
+    int bytes() const { return sqlite3_value_bytes(v); }
+    const void* text16() const { return sqlite3_value_text16(v); }
+    int bytes16() const { return sqlite3_value_bytes16(v); }
+    const void* blob() const { return sqlite3_value_blob(v); }
+};
+
 // An integer out of any SQLite value; OrvX when it isn't one.
-std::int64_t integerOf(sqlite3_value* v, int column)
+template <class Source>
+std::int64_t integerOf(const Source& v, int column)
 {
-    switch (sqlite3_value_type(v)) {
+    switch (v.type()) {
     case SQLITE_INTEGER:
-        return sqlite3_value_int64(v);
+        return v.int64();
     case SQLITE_FLOAT: {
-        double d = sqlite3_value_double(v);
+        double d = v.real();
         if (std::floor(d) == d && d >= -9.2233720368547758e18 && d < 9.2233720368547758e18)
             return std::int64_t(d);
         throw conversionError(column, "the value " + std::to_string(d) + " is not an integer");
     }
     case SQLITE_TEXT: {
-        const char* t = reinterpret_cast<const char*>(sqlite3_value_text(v));
+        const char* t = reinterpret_cast<const char*>(v.text());
         std::int64_t i;
         if (parseInt(t, i))
             return i;
@@ -151,14 +165,15 @@ std::int64_t integerOf(sqlite3_value* v, int column)
     }
 }
 
-double realOf(sqlite3_value* v, int column)
+template <class Source>
+double realOf(const Source& v, int column)
 {
-    switch (sqlite3_value_type(v)) {
+    switch (v.type()) {
     case SQLITE_INTEGER:
     case SQLITE_FLOAT:
-        return sqlite3_value_double(v);
+        return v.real();
     case SQLITE_TEXT: {
-        const char* t = reinterpret_cast<const char*>(sqlite3_value_text(v));
+        const char* t = reinterpret_cast<const char*>(v.text());
         double d;
         if (parseReal(t, d))
             return d;
@@ -169,15 +184,16 @@ double realOf(sqlite3_value* v, int column)
     }
 }
 
-OrvDate dateOf(sqlite3_value* v)
+template <class Source>
+OrvDate dateOf(const Source& v)
 {
     OrvDate d = OrvDate::invalid();
-    switch (sqlite3_value_type(v)) {
+    switch (v.type()) {
     case SQLITE_TEXT: {
         // A copy to adjust, on the stack: dates are read in read loops, which allocate
         // nothing. A text too long for it is no date.
-        const char* src = reinterpret_cast<const char*>(sqlite3_value_text(v));
-        std::size_t n = std::size_t(sqlite3_value_bytes(v));
+        const char* src = reinterpret_cast<const char*>(v.text());
+        std::size_t n = std::size_t(v.bytes());
         char t[64];
         if (!src || n >= sizeof t)
             return d;
@@ -194,9 +210,9 @@ OrvDate dateOf(sqlite3_value* v)
         return d;
     }
     case SQLITE_INTEGER: // seconds since 1970-01-01
-        return OrvDate::fromTicks((sqlite3_value_int64(v) + 62135596800LL) * 100);
+        return OrvDate::fromTicks((v.int64() + 62135596800LL) * 100);
     case SQLITE_FLOAT: { // a Julian day number, as SQLite's julianday() gives it
-        double ticks = (sqlite3_value_double(v) - 1721425.5) * 8640000.0;
+        double ticks = (v.real() - 1721425.5) * 8640000.0;
         return ticks >= 0 && ticks < 1e18 ? OrvDate::fromTicks(std::int64_t(std::llround(ticks))) : d;
     }
     default:
@@ -204,16 +220,17 @@ OrvDate dateOf(sqlite3_value* v)
     }
 }
 
-OrvDec decimalOf(sqlite3_value* v)
+template <class Source>
+OrvDec decimalOf(const Source& v)
 {
-    switch (sqlite3_value_type(v)) {
+    switch (v.type()) {
     case SQLITE_INTEGER:
-        return OrvDec::fromInt64(sqlite3_value_int64(v));
+        return OrvDec::fromInt64(v.int64());
     case SQLITE_FLOAT:
-        return OrvDec(sqlite3_value_double(v));
+        return OrvDec(v.real());
     case SQLITE_TEXT: {
         OrvDec d;
-        if (OrvDec::fromText(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v), d) != 0)
+        if (OrvDec::fromText(reinterpret_cast<const char*>(v.text()), v.bytes(), d) != 0)
             return OrvDec::invalid();
         return d;
     }
@@ -463,7 +480,10 @@ int bindValue(sqlite3_stmt* stmt, int index, const SqlValue& v)
     }
 }
 
-void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, int column)
+namespace {
+
+template <class Source>
+void storeFrom(const Source& v, const ValueInfo& info, std::ptrdiff_t step, int column)
 {
     if (info.type() == orvNone)
         return;
@@ -473,7 +493,7 @@ void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, in
     const std::size_t len = std::size_t(info.len() > 0 ? info.len() : 0);
     if (!p && len > 0)
         throw OrvX::client(orvapiBadArgument, "column " + std::to_string(column) + ": no buffer");
-    if (sqlite3_value_type(v) == SQLITE_NULL) {
+    if (v.type() == SQLITE_NULL) {
         if (flag)
             *flag = 1;
         if (p)
@@ -488,8 +508,8 @@ void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, in
     case orvVarChar:
     case orvCString:
     case orvExtChar: {
-        const char* t = reinterpret_cast<const char*>(sqlite3_value_text(v));
-        const std::size_t n = std::size_t(sqlite3_value_bytes(v));
+        const char* t = reinterpret_cast<const char*>(v.text());
+        const std::size_t n = std::size_t(v.bytes());
         if (len > 0) {
             const std::size_t k = utf8Fit(t, n, len - 1);
             std::memcpy(p, t, k);
@@ -500,8 +520,8 @@ void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, in
     }
     case orvWideChar:
     case orvWideVarChar: {
-        const WChar* w = static_cast<const WChar*>(sqlite3_value_text16(v));
-        const std::size_t units = std::size_t(sqlite3_value_bytes16(v)) / 2;
+        const WChar* w = static_cast<const WChar*>(v.text16());
+        const std::size_t units = std::size_t(v.bytes16()) / 2;
         const std::size_t room = len / 2;
         if (room > 0) {
             std::size_t k = units < room - 1 ? units : room - 1;
@@ -565,8 +585,8 @@ void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, in
     case orvBinary:
     case orvVarBinary:
     case orvBlob: {
-        const void* b = sqlite3_value_type(v) == SQLITE_BLOB ? sqlite3_value_blob(v) : sqlite3_value_text(v);
-        const std::size_t n = std::size_t(sqlite3_value_bytes(v));
+        const void* b = v.type() == SQLITE_BLOB ? v.blob() : v.text();
+        const std::size_t n = std::size_t(v.bytes());
         const std::size_t k = n < len ? n : len;
         if (k > 0)
             std::memcpy(p, b, k);
@@ -583,9 +603,7 @@ void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, in
         *realLen = real;
 }
 
-namespace {
-
-// A statement that turns a SqlValue into a sqlite3_value ("SELECT ?1" on a private
+// A statement that turns a value into a sqlite3_value ("SELECT ?1" on a private
 // in-memory database, the one portable way to make one), kept per thread.
 struct ValueMaker {
     sqlite3* db = nullptr;
@@ -602,12 +620,95 @@ struct ValueMaker {
     }
 };
 
+ValueMaker& threadMaker()
+{
+    thread_local ValueMaker maker;
+    return maker;
+}
+
+// A value of a fetched row as storeValue reads it. The forms a value has as it stands
+// (an integer as an integer, a text as UTF-8) come from the row buffer; any other form (a
+// number as text, a text as UTF-16) is made by SQLite, so that a buffered value converts
+// exactly as the same value read from a statement would.
+class BufferedSource {
+public:
+    BufferedSource(const BufferedValue& v, const char* bytes) : m_v(v), m_bytes(bytes) {}
+    ~BufferedSource()
+    {
+        if (m_made)
+            sqlite3_reset(threadMaker().st);
+    }
+    BufferedSource(const BufferedSource&) = delete;
+    BufferedSource& operator=(const BufferedSource&) = delete;
+
+    int type() const { return m_v.type; }
+    std::int64_t int64() const { return m_v.type == SQLITE_INTEGER ? m_v.i : sqlite3_value_int64(made()); }
+    double real() const
+    {
+        return m_v.type == SQLITE_FLOAT ? m_v.d : m_v.type == SQLITE_INTEGER ? double(m_v.i) : sqlite3_value_double(made());
+    }
+    const unsigned char* text() const
+    {
+        return m_v.type == SQLITE_TEXT ? reinterpret_cast<const unsigned char*>(m_bytes + m_v.offset)
+                                       : sqlite3_value_text(made());
+    }
+    int bytes() const
+    {
+        return m_v.type == SQLITE_TEXT || m_v.type == SQLITE_BLOB ? int(m_v.length) : sqlite3_value_bytes(made());
+    }
+    const void* text16() const { return sqlite3_value_text16(made()); }
+    int bytes16() const { return sqlite3_value_bytes16(made()); }
+    const void* blob() const { return m_v.type == SQLITE_BLOB ? m_bytes + m_v.offset : sqlite3_value_blob(made()); }
+
+private:
+    sqlite3_value* made() const
+    {
+        if (!m_made) {
+            sqlite3_stmt* st = threadMaker().st;
+            switch (m_v.type) {
+            case SQLITE_INTEGER:
+                sqlite3_bind_int64(st, 1, m_v.i);
+                break;
+            case SQLITE_FLOAT:
+                sqlite3_bind_double(st, 1, m_v.d);
+                break;
+            case SQLITE_TEXT:
+                sqlite3_bind_text(st, 1, m_bytes + m_v.offset, int(m_v.length), SQLITE_STATIC);
+                break;
+            case SQLITE_BLOB:
+                sqlite3_bind_blob(st, 1, m_bytes + m_v.offset, int(m_v.length), SQLITE_STATIC);
+                break;
+            default:
+                sqlite3_bind_null(st, 1);
+            }
+            sqlite3_step(st);
+            m_made = sqlite3_column_value(st, 0);
+        }
+        return m_made;
+    }
+
+    const BufferedValue& m_v;
+    const char* m_bytes;
+    mutable sqlite3_value* m_made = nullptr;
+};
+
 } // namespace
+
+void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, int column)
+{
+    storeFrom(SqliteSource{v}, info, step, column);
+}
+
+void storeValue(const BufferedValue& value, const char* bytes, const ValueInfo& info, std::ptrdiff_t step,
+                int column)
+{
+    storeFrom(BufferedSource(value, bytes), info, step, column);
+}
 
 void storeValue(const SqlValue& value, const ValueInfo& info, std::ptrdiff_t step, int column)
 {
     // Through a SQLite value, so that both sources convert alike.
-    thread_local ValueMaker maker;
+    ValueMaker& maker = threadMaker();
     struct Reset {
         sqlite3_stmt* st;
         ~Reset() { sqlite3_reset(st); }

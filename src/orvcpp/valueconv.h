@@ -86,6 +86,21 @@ int bindValue(sqlite3_stmt* stmt, int index, const SqlValue& value);
 void storeValue(sqlite3_value* value, const ValueInfo& info, std::ptrdiff_t step, int column);
 void storeValue(const SqlValue& value, const ValueInfo& info, std::ptrdiff_t step, int column);
 
+// A value of a row held in a cursor's row buffer: its SQLite type (SQLITE_INTEGER ..
+// SQLITE_NULL) and the number, or the place of its bytes in the buffer's byte store (text
+// is followed there by a 0 byte).
+struct BufferedValue {
+    int type = 5; // SQLITE_NULL
+    std::uint32_t offset = 0;
+    std::uint32_t length = 0;
+    std::int64_t i = 0;
+    double d = 0;
+};
+// Stores a buffered value, `bytes` being its buffer's byte store, exactly as the same value
+// read from a statement would be stored.
+void storeValue(const BufferedValue& value, const char* bytes, const ValueInfo& info, std::ptrdiff_t step,
+                int column);
+
 // Fills a t_ParamDesc: names padded as paramdesc.h says.
 void fillDesc(t_ParamDesc* desc, const std::string& owner, const std::string& table,
               const std::string& column, const std::string& alias, const ColumnType& type);

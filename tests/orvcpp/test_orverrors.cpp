@@ -193,6 +193,30 @@ TEST_F(Faults, TheNthCallOfTheArmedKindsFailsBeforeDoingAnything)
     EXPECT_EQ(c.rowCount(), 1);
 }
 
+// A fetch counts once however many rows it reads ahead; one that fails leaves the walk on
+// its row, and the walk goes on from there.
+TEST_F(Faults, AFailedFetchLeavesAWalkWhereItWas)
+{
+    exec(db, "create table many(i integer primary key)");
+    exec(db, "with recursive s(i) as (select 1 union all select i + 1 from s where i < 600) "
+             "insert into many select i from s");
+    OrvCursor c(db, 0, "c");
+    c.execute("select i from many");
+    FaultInjection::arm(300, OrvX::client(orvapiInterrupted, "injected"), faultFetch);
+    for (VLong r = 1; r < 300; ++r)
+        c.fetch(fetchNext, 0);
+    EXPECT_THROW(c.fetch(fetchNext, 0), OrvX);
+    EXPECT_EQ(FaultInjection::calls(), 300);
+    EXPECT_EQ(c.currentRow(), 299);
+    EXPECT_EQ(integer(c, 1), 299);
+    FaultInjection::disarm();
+    for (VLong r = 300; r <= 600; ++r) {
+        c.fetch(fetchNext, 0);
+        ASSERT_EQ(integer(c, 1), r);
+    }
+    EXPECT_EQ(c.checkInvariants(), 0);
+}
+
 TEST_F(Faults, RepeatingFailuresAndEveryKind)
 {
     const OrvX injected = OrvX::client(orvapiInterrupted, "injected");

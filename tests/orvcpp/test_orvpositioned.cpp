@@ -83,6 +83,40 @@ TEST_P(Positioned, UpdateActsOnTheRowTheNamedCursorStandsOn)
     EXPECT_EQ(c.checkInvariants(), 0);
 }
 
+// A walk's rows read ahead are dropped by a positioned delete: the walk goes on with the
+// rows after the deleted one moved up, none skipped and none twice.
+TEST_P(Positioned, APositionedDeleteDropsTheReadAhead)
+{
+    OrvCursor c(db, 0, "C1", GetParam().snapshot);
+    c.execute(GetParam().select);
+    std::vector<std::int64_t> model;
+    for (VLong r = 1; r <= 50; ++r) {
+        c.fetch(fetchNext, 0);
+        model.push_back(integer(c, 1));
+    }
+    c.fetch(fetchAbsolute, 1);
+    for (VLong r = 2; r <= 5; ++r)
+        c.fetch(fetchNext, 0);
+    OrvCursor w(db, 0, "writer");
+    w.execute("delete from t where current of C1");
+    EXPECT_EQ(w.rowCount(), 1);
+    model.erase(model.begin() + 4);
+    EXPECT_EQ(c.currentRow(), 0);
+    c.fetch(fetchAbsolute, 5);
+    EXPECT_EQ(integer(c, 1), model[4]);
+    c.fetch(fetchNext, 0);
+    EXPECT_EQ(integer(c, 1), model[5]);
+    c.fetch(fetchFirst, 0);
+    for (VLong r = 2; r <= 49; ++r) {
+        c.fetch(fetchNext, 0);
+        ASSERT_EQ(c.currentRow(), r);
+        EXPECT_EQ(integer(c, 1), model[std::size_t(r - 1)]);
+    }
+    EXPECT_THROW(c.fetch(fetchNext, 0), OrvX);
+    EXPECT_EQ(c.selectRowCount(), 49);
+    EXPECT_EQ(c.checkInvariants(), 0);
+}
+
 TEST_P(Positioned, DeletesTakeRowsOutAndTheRowsAfterMoveUp)
 {
     OrvCursor c(db, 0, "C1", GetParam().snapshot);

@@ -35,6 +35,17 @@ enum OrvFetch : short {
 // that table live by its row key; every other select, and any select on a cursor created
 // with `snapshot` true, is copied at execute into the connection's private temporary store.
 //
+// Fetched rows: `fetch` copies the row it positions on to the client, and getData reads
+// that copy (a blob is read from the result when asked for, as it may be large). A fetched
+// row is a snapshot of the row as of its fetch. While fetches walk forward (fetchNext after
+// fetchNext), the cursor reads a block of the following rows in one go (up to 256 rows or
+// about 64 KB), and those rows are snapshots as of that block's read; the block's memory is
+// bounded, whatever the result's size. Any other fetch, an execute, a positioned write, and
+// any write, commit or rollback through the same connection drop the rows read ahead, so
+// that changes made through the connection are seen by the next fetch (a positioned update
+// or appendBlob of the current row shows at once). Changes made by other connections are
+// seen from the next block read, or at once by a fetch that is not a fetchNext.
+//
 // Positioned writes: "update <table> set ... where current of <name>" and "delete from
 // <table> where current of <name>", run on any cursor of the connection, act on the row
 // that the cursor named <name> stands on (its last fetch). Among several cursors of that
@@ -88,17 +99,17 @@ public:
     void execute(const OrvStatement& statement, const BindMap* params = nullptr,
                  Handler* handler = nullptr);
 
-    // Positions (OrvFetch) and, with a BindMap, reads the row's columns into its buffers.
-    // With a null BindMap it only positions, for getData and getBlobLen. OrvX when the row
-    // is outside 1..selectRowCount().
+    // Positions (OrvFetch) and fetches the row (see "Fetched rows" above); with a BindMap it
+    // also stores the row's columns into its buffers, else getData reads them. OrvX when the
+    // row is outside 1..selectRowCount(); the cursor then stays on its row.
     void fetch(short how, VLong row, const BindMap* columns = nullptr, Handler* handler = nullptr);
     // Reads up to `count` rows from `startRow` into the buffers of `columns`, each buffer,
     // null flag and length result stepped by `recordSize` bytes per row. The current row
     // stays where it was. Returns the number read (0 past the end; 0 when asynchronous).
     VLong multiFetch(VLong startRow, VLong count, const BindMap* columns, VLong recordSize,
                      Handler* handler = nullptr);
-    // The value of column `col` (from 1) of the current row; column 0 of a procedure's
-    // cursor gives the handle of the cursor it returned.
+    // The value of column `col` (from 1) of the current row as it was fetched; column 0 of
+    // a procedure's cursor gives the handle of the cursor it returned.
     void getData(short col, const ValueInfo& value);
     // The size in bytes of column `col` of the current row (a blob, or text); 0 for null.
     VLong getBlobLen(short col);
