@@ -2,6 +2,8 @@
 // position rules, inner sources, and the hooks sent on to the owner.
 #include <vexapi/datasource/memorydatasource.h>
 
+#include <typeinfo>
+
 namespace {
 
 // Asks the cache for a row's block: its links, bits and the start of its values.
@@ -262,8 +264,11 @@ namespace {
 bool MemoryDataSource::getField(Iterator it, int col, void* buf, int bufLen, Type type,
                                 bool* isNull, VLong* realLen) const
 {
-    // The column's own type reads straight from the record.
-    if (type != tNone && m_ds.readAs(listIterator(it), col, type, buf, bufLen, isNull, realLen))
+    // The column's own type reads straight from the record, but only for this very class:
+    // a subclass may override the raw getField, and every typed read must see what that
+    // answers. Any subclass takes the frame's path through the virtual raw read.
+    if (type != tNone && typeid(*this) == typeid(MemoryDataSource) &&
+        m_ds.readAs(listIterator(it), col, type, buf, bufLen, isNull, realLen))
         return true;
     return convertedRead(this, it, col, buf, bufLen, type, isNull, realLen);
 }
