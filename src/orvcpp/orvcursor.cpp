@@ -81,7 +81,8 @@ void storeRow(const CursorState& s, sqlite3_stmt* st, const BindMap& map, std::p
         if (n == 0)
             continue;
         checkColumn(s, n);
-        detail::storeValue(sqlite3_column_value(st, n - 1), map.infoAt(i), step, n);
+        detail::storeValue(sqlite3_column_value(st, n - 1), map.infoAt(i), step, n,
+                           detail::readScale(s.columns[std::size_t(n - 1)].type));
     }
 }
 
@@ -212,7 +213,8 @@ void OrvCursor::getData(short col, const ValueInfo& value)
         checkResult(*s);
         checkColumn(*s, col);
         s->result->readCurrent([&](sqlite3_stmt* st, VLong) {
-            detail::storeValue(sqlite3_column_value(st, col - 1), value, 0, col);
+            detail::storeValue(sqlite3_column_value(st, col - 1), value, 0, col,
+                               detail::readScale(s->columns[std::size_t(col - 1)].type));
         });
         return 0;
     });
