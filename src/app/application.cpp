@@ -15,6 +15,7 @@ namespace {
 // The private thread message that ends enter_loop.
 const unsigned ExitLoopMessage = 1039;
 
+// The top of the stack of live applications (linked through m_below).
 Application* s_app = nullptr;
 int s_exitCode = -1;
 int s_modalLevel = 0;
@@ -31,7 +32,7 @@ void resetSavableFileCache();
 } // namespace detail
 } // namespace VexAPI
 
-Application::Application() : m_tmpFileNames(50, 50)
+Application::Application() : m_tmpFileNames(50, 50), m_below(s_app)
 {
     s_app = this;
     VexAPI::detail::resetSavableFileCache();
@@ -40,10 +41,18 @@ Application::Application() : m_tmpFileNames(50, 50)
 Application::~Application()
 {
     clearTmpFileNames(true);
+    // An application may die out of order: it leaves the stack wherever it is, and only
+    // the top's departure changes getApp().
     if (s_app == this) {
-        s_app = nullptr;
+        s_app = m_below;
         VexAPI::detail::resetSavableFileCache();
+        return;
     }
+    for (Application* a = s_app; a; a = a->m_below)
+        if (a->m_below == this) {
+            a->m_below = m_below;
+            break;
+        }
 }
 
 bool Application::initApplication(int argc, WChar** argv)

@@ -142,7 +142,8 @@ bool DataSource::setLinkParams()
                     if (paramCount() < param)
                         continue;
                     const int len = int(value.realLen < value.capacity() ? value.realLen : value.capacity());
-                    if (!setParam(param, value.data(), len, priType, value.isNull, &changed))
+                    const void* data = value.isNull ? nullptr : value.data();
+                    if (!setParam(param, data, len, priType, value.isNull, &changed))
                         setParam(param, nullptr, 0, tNone, true, &changed);
                 } else {
                     // No master row: the parameter becomes null. A null of type 0 reports

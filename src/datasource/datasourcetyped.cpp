@@ -100,8 +100,11 @@ bool DataSource::setParam(int param, const void* data, int len, Type type, bool 
         setParam(param, data, len, true);
     }
 
-    // Step 2: the parameter's own type.
-    if (type == own) {
+    // Step 2: the parameter's own type. A null of any other type but 0 converts as a null of
+    // this type, whatever `data` points at (a null read leaves its buffer unwritten).
+    if (type == own || (isNull && type != tNone)) {
+        if (isNull)
+            data = nullptr, len = 0;
         if (changed) {
             ConvValue old;
             DataRepresentationWithNulls::getParam(this, param, old);

@@ -2,6 +2,8 @@
 // position rules, inner sources, and the hooks sent on to the owner.
 #include <vexapi/datasource/memorydatasource.h>
 
+#include <typeinfo>
+
 namespace {
 
 // Asks the cache for a row's block: its links, bits and the start of its values.
@@ -66,7 +68,7 @@ void MemoryDataSource::InternalDS::unlockObject(iterator it, int col, void*& obj
 
 MemoryDataSource::MemoryDataSource()
     : m_ds(this), m_cur(m_ds.end()), m_curRow(0), m_parentDS(nullptr), m_parentCol(0),
-      m_curInnerDS(this)
+      m_curInnerDS(this), m_directReads(false)
 {
     m_end = makeIterator(new RIterator(m_ds.end()));
 }
@@ -105,6 +107,8 @@ void MemoryDataSource::initColumns()
     m_cur = m_ds.begin();
     // curRow keeps its value here, as it always has; the next move or insert sets it.
     DataSource::initColumns();
+    // Known only now that the object is whole (a constructor sees its own class).
+    m_directReads = typeid(*this) == typeid(MemoryDataSource);
 }
 
 int MemoryDataSource::colCount() const
@@ -262,8 +266,11 @@ namespace {
 bool MemoryDataSource::getField(Iterator it, int col, void* buf, int bufLen, Type type,
                                 bool* isNull, VLong* realLen) const
 {
-    // The column's own type reads straight from the record.
-    if (type != tNone && m_ds.readAs(listIterator(it), col, type, buf, bufLen, isNull, realLen))
+    // The column's own type reads straight from the record, but only for this very class:
+    // a subclass may override the raw getField, and every typed read must see what that
+    // answers. Any subclass takes the frame's path through the virtual raw read.
+    if (type != tNone && m_directReads &&
+        m_ds.readAs(listIterator(it), col, type, buf, bufLen, isNull, realLen))
         return true;
     return convertedRead(this, it, col, buf, bufLen, type, isNull, realLen);
 }

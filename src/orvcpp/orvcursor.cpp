@@ -78,14 +78,17 @@ void checkColumn(const CursorState& s, short col)
 // the copy leaves out (a blob), read from the result.
 void storeCurrent(CursorState& s, short col, const ValueInfo& info)
 {
+    // A decimal column's values are read at its declared scale.
+    const int scale = detail::readScale(s.columns[std::size_t(col - 1)].type);
     if (s.rowFetched()) {
         if (const detail::BufferedValue* v = s.rows.value(col - 1)) {
-            detail::storeValue(*v, s.rows.bytes(), info, 0, col);
+            detail::storeValue(*v, s.rows.bytes(), info, 0, col, scale);
             return;
         }
     }
-    s.result->readCurrent(
-        [&](sqlite3_stmt* st, VLong) { detail::storeValue(sqlite3_column_value(st, col - 1), info, 0, col); });
+    s.result->readCurrent([&](sqlite3_stmt* st, VLong) {
+        detail::storeValue(sqlite3_column_value(st, col - 1), info, 0, col, scale);
+    });
 }
 
 // Stores the bound columns of one row.
@@ -96,7 +99,8 @@ void storeRow(const CursorState& s, sqlite3_stmt* st, const BindMap& map, std::p
         if (n == 0)
             continue;
         checkColumn(s, n);
-        detail::storeValue(sqlite3_column_value(st, n - 1), map.infoAt(i), step, n);
+        detail::storeValue(sqlite3_column_value(st, n - 1), map.infoAt(i), step, n,
+                           detail::readScale(s.columns[std::size_t(n - 1)].type));
     }
 }
 

@@ -83,12 +83,14 @@ std::vector<Token> tokenize(const WChar* p, const WChar* end, bool* endsInLineCo
         Token t;
         t.begin = p;
         t.depth = depth;
-        if (c == '\'' || c == '"') {
+        if (c == '\'' || c == '"' || c == '`' || c == '[') {
             // A doubled quote inside ends this token and starts the next one at once; the
-            // pair of tokens covers the text as one literal would.
+            // pair of tokens covers the text as one literal would. "[...]" has no doubling:
+            // its first ']' ends it.
             t.kind = c == '\'' ? tkString : tkQuoted;
+            const WChar close = c == '[' ? WChar(']') : c;
             ++p;
-            while (p < end && *p != c)
+            while (p < end && *p != close)
                 ++p;
             if (p < end)
                 ++p;
@@ -179,6 +181,32 @@ std::size_t findFirst(const std::vector<Token>& toks, std::size_t from, std::siz
     return npos;
 }
 
+// Whether a WINDOW clause starts at index i: "WINDOW name AS". WINDOW alone is no keyword
+// in SQLite, so a column or table of that name stays a name.
+bool windowClauseAt(const std::vector<Token>& toks, std::size_t i, std::size_t limit)
+{
+    static const Keyword window("WINDOW");
+    static const Keyword as("AS");
+    return i + 2 < limit && window.matchesAt(toks, i, limit) &&
+           (toks[i + 1].kind == tkWord || toks[i + 1].kind == tkQuoted) &&
+           as.matchesAt(toks, i + 2, limit);
+}
+
+// The first top-level clause that follows a WHERE (a WINDOW clause or one of `keys`) in
+// [from, limit), or npos.
+std::size_t findClause(const std::vector<Token>& toks, std::size_t from, std::size_t limit,
+                       const std::vector<Keyword>& keys)
+{
+    for (std::size_t i = from; i < limit; ++i) {
+        if (windowClauseAt(toks, i, limit))
+            return i;
+        for (const Keyword& k : keys)
+            if (k.matchesAt(toks, i, limit))
+                return i;
+    }
+    return npos;
+}
+
 std::size_t findFirst(const std::vector<Token>& toks, std::size_t from, std::size_t limit,
                       const Keyword& key)
 {
@@ -192,7 +220,7 @@ std::size_t findFirst(const std::vector<Token>& toks, std::size_t from, std::siz
 struct SelectShape {
     std::vector<Token> toks;
     std::size_t statementEnd; // the first top-level ';', or the token count
-    std::size_t memberEnd;    // the first top-level UNION, INTERSECT, EXCEPT or MINUS
+    std::size_t memberEnd;    // the first top-level UNION, INTERSECT or EXCEPT
     std::size_t from;         // just after the first member's top-level FROM, else 0
 };
 
@@ -206,7 +234,8 @@ SelectShape shapeOf(const WChar* select, const WChar* end)
             s.statementEnd = i;
             break;
         }
-    const std::vector<Keyword> setOperators = {"UNION", "INTERSECT", "EXCEPT", "MINUS"};
+    // SQLite's compound operators; MINUS is an ordinary name there ("-q1 AS minus").
+    const std::vector<Keyword> setOperators = {"UNION", "INTERSECT", "EXCEPT"};
     s.memberEnd = findFirst(s.toks, 0, s.statementEnd, setOperators);
     if (s.memberEnd == npos)
         s.memberEnd = s.statementEnd;
@@ -411,7 +440,7 @@ void AppendWhere(WOStream& stream, const WChar* select, const WChar* condition)
     std::size_t w = findFirst(s.toks, s.from, memberEnd, where);
     if (w != npos) {
         std::size_t first = w + where.size();
-        std::size_t condEnd = findFirst(s.toks, first, memberEnd, clauses);
+        std::size_t condEnd = findClause(s.toks, first, memberEnd, clauses);
         if (condEnd == npos)
             condEnd = memberEnd;
         if (first >= condEnd) {
@@ -435,7 +464,7 @@ void AppendWhere(WOStream& stream, const WChar* select, const WChar* condition)
         return;
     }
 
-    std::size_t at = findFirst(s.toks, s.from, memberEnd, clauses);
+    std::size_t at = findClause(s.toks, s.from, memberEnd, clauses);
     if (at == npos)
         at = memberEnd;
     const WChar* pos = at > 0 ? s.toks[at - 1].end : select;

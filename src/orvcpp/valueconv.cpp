@@ -220,6 +220,13 @@ OrvDate dateOf(const Source& v)
     }
 }
 
+// The bytes of a SQLite text without the NUL that marks a decimal kept as text.
+std::size_t textBytes(const char* t, int bytes)
+{
+    std::size_t n = std::size_t(bytes > 0 ? bytes : 0);
+    return n > 0 && t[n - 1] == 0 ? n - 1 : n;
+}
+
 template <class Source>
 OrvDec decimalOf(const Source& v)
 {
@@ -230,7 +237,8 @@ OrvDec decimalOf(const Source& v)
         return OrvDec(v.real());
     case SQLITE_TEXT: {
         OrvDec d;
-        if (OrvDec::fromText(reinterpret_cast<const char*>(v.text()), v.bytes(), d) != 0)
+        const char* t = reinterpret_cast<const char*>(v.text());
+        if (OrvDec::fromText(t, int(textBytes(t, v.bytes())), d) != 0)
             return OrvDec::invalid();
         return d;
     }
@@ -291,6 +299,7 @@ ColumnType typeFromDeclared(const char* declared)
         t.type = orvDecimal, t.length = 16;
         t.precision = a > 0 ? std::min(a, int(OrvDec::MaxDigits)) : 18;
         t.scale = b > 0 ? std::min(b, t.precision) : 0;
+        t.scaleDeclared = a > 0;
     } else if (contains(d, "DATE") || contains(d, "TIME")) {
         t.type = orvDate, t.length = 16;
     } else if (hasWord(d, "FLOAT4") || hasWord(d, "SINGLE")) {
@@ -324,6 +333,30 @@ ColumnType typeFromValue(int sqliteType, int bytes)
         break;
     }
     return t;
+}
+
+SqlValue decimalValue(const OrvDec& d)
+{
+    SqlValue v;
+    const OrvDec whole = d.rescale(0);
+    if (whole == d && whole.coefficientHigh() == 0 &&
+        whole.coefficientLow() <= std::uint64_t(std::numeric_limits<std::int64_t>::max())) {
+        const auto c = std::int64_t(whole.coefficientLow());
+        v.type = SqlValue::Integer, v.i = whole.isNegative() ? -c : c;
+        return v;
+    }
+    const double x = double(d);
+    if (OrvDec(x) == d) {
+        v.type = SqlValue::Real, v.d = x;
+        return v;
+    }
+    char text[OrvDec::TextSize];
+    d.toText(text, sizeof text);
+    // The NUL makes the text no number to SQLite's numeric affinity, which would otherwise
+    // store it as the nearest double; SQLite's arithmetic still reads the number before it.
+    v.type = SqlValue::Text;
+    v.bytes.assign(text, std::strlen(text) + 1);
+    return v;
 }
 
 SqlValue valueFromInfo(const ValueInfo& info, std::ptrdiff_t step, short param)
@@ -415,10 +448,9 @@ SqlValue valueFromInfo(const ValueInfo& info, std::ptrdiff_t step, short param)
     case orvDecimal: {
         OrvDec d;
         std::memcpy(&d, p, sizeof d);
-        char text[OrvDec::TextSize];
-        if (d.toText(text, sizeof text) != 0)
+        if (!d.isValid())
             throw fail("a decimal that holds no number");
-        v.type = SqlValue::Text, v.bytes = text;
+        v = decimalValue(d);
         break;
     }
     case orvBinary:
@@ -483,7 +515,8 @@ int bindValue(sqlite3_stmt* stmt, int index, const SqlValue& v)
 namespace {
 
 template <class Source>
-void storeFrom(const Source& v, const ValueInfo& info, std::ptrdiff_t step, int column)
+void storeFrom(const Source& v, const ValueInfo& info, std::ptrdiff_t step, int column,
+               int declaredScale)
 {
     if (info.type() == orvNone)
         return;
@@ -509,7 +542,7 @@ void storeFrom(const Source& v, const ValueInfo& info, std::ptrdiff_t step, int 
     case orvCString:
     case orvExtChar: {
         const char* t = reinterpret_cast<const char*>(v.text());
-        const std::size_t n = std::size_t(v.bytes());
+        const std::size_t n = textBytes(t, v.bytes());
         if (len > 0) {
             const std::size_t k = utf8Fit(t, n, len - 1);
             std::memcpy(p, t, k);
@@ -521,7 +554,10 @@ void storeFrom(const Source& v, const ValueInfo& info, std::ptrdiff_t step, int 
     case orvWideChar:
     case orvWideVarChar: {
         const WChar* w = static_cast<const WChar*>(v.text16());
-        const std::size_t units = std::size_t(v.bytes16()) / 2;
+        std::size_t units = std::size_t(v.bytes16()) / 2;
+        if (units > 0 && w[units - 1] == 0)
+            --units; // a decimal kept as text
+
         const std::size_t room = len / 2;
         if (room > 0) {
             std::size_t k = units < room - 1 ? units : room - 1;
@@ -576,8 +612,11 @@ void storeFrom(const Source& v, const ValueInfo& info, std::ptrdiff_t step, int 
         break;
     case orvDecimal: {
         OrvDec d = decimalOf(v);
+        // The fetch form's scale, else the column's: a double or an integer keeps none.
         if (info.precision() > 0 && d.isValid())
             d = d.rescale(info.scale());
+        else if (declaredScale >= 0 && d.isValid())
+            d = d.rescale(declaredScale);
         put(p, d);
         real = 16;
         break;
@@ -694,15 +733,16 @@ private:
 
 } // namespace
 
-void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, int column)
+void storeValue(sqlite3_value* v, const ValueInfo& info, std::ptrdiff_t step, int column,
+                int declaredScale)
 {
-    storeFrom(SqliteSource{v}, info, step, column);
+    storeFrom(SqliteSource{v}, info, step, column, declaredScale);
 }
 
 void storeValue(const BufferedValue& value, const char* bytes, const ValueInfo& info, std::ptrdiff_t step,
-                int column)
+                int column, int declaredScale)
 {
-    storeFrom(BufferedSource(value, bytes), info, step, column);
+    storeFrom(BufferedSource(value, bytes), info, step, column, declaredScale);
 }
 
 void storeValue(const SqlValue& value, const ValueInfo& info, std::ptrdiff_t step, int column)

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <vexapi/values/bindmap.h>
+#include <vexapi/values/orvdec.h>
+#include <vexapi/values/servertypes.h>
 #include <vexapi/orvcpp/paramdesc.h>
 
 #include <vexapi/core/types.h>
@@ -47,16 +49,19 @@ namespace detail {
 // integer 10, real 9, text 11 (255, or longer for a longer value), blob 7, null 11.
 //
 // 8-bit text is UTF-8 throughout, and a text length counts bytes. Dates are stored as the
-// canonical text of OrvDate ("yyyy-mm-dd hh:mi:ss.ff"); decimals as exact text, which a
-// NUMERIC column turns into a number where SQLite can keep it exactly.
+// canonical text of OrvDate ("yyyy-mm-dd hh:mi:ss.ff"); decimals as servertypes.h says
+// (decimalValue).
 struct ColumnType {
     int type = 11;
     int length = 255;
     int precision = 0;
     int scale = 0;
+    bool scaleDeclared = false; // a decimal declared with (p) or (p, s): reads take its scale
 };
 
 ColumnType typeFromDeclared(const char* declared);
+// The scale that reads of a column take, or -1 for none (see storeValue).
+inline int readScale(const ColumnType& t) { return t.type == orvDecimal && t.scaleDeclared ? t.scale : -1; }
 // `sqliteType` is SQLITE_INTEGER ... SQLITE_NULL; `bytes` the text's size.
 ColumnType typeFromValue(int sqliteType, int bytes);
 
@@ -69,6 +74,9 @@ struct SqlValue {
     std::string bytes; // Text (UTF-8) and Blob
 };
 
+// How a valid decimal goes to SQLite: INTEGER when it is a whole number of 64 bits, REAL
+// when the nearest double reads back as the same value, else its text with a NUL behind it.
+SqlValue decimalValue(const OrvDec& d);
 // The value a ValueInfo holds, its buffers stepped by `step` bytes. `param` names the
 // parameter in an error. OrvX for a type the layer can't send.
 SqlValue valueFromInfo(const ValueInfo& info, std::ptrdiff_t step, short param);
@@ -83,7 +91,10 @@ int bindValue(sqlite3_stmt* stmt, int index, const SqlValue& value);
 // the buffer. A number that the form can't hold (an integer out of range, a text that is no
 // number) gives OrvX orvapiConversion naming `column`; a date or decimal that can't be read
 // becomes OrvDate's or OrvDec's invalid value instead, which the caller can see.
-void storeValue(sqlite3_value* value, const ValueInfo& info, std::ptrdiff_t step, int column);
+// A decimal is rescaled to the form's scale when the form has a precision, else to
+// `declaredScale` when that is not negative (the column's declared scale).
+void storeValue(sqlite3_value* value, const ValueInfo& info, std::ptrdiff_t step, int column,
+                int declaredScale = -1);
 void storeValue(const SqlValue& value, const ValueInfo& info, std::ptrdiff_t step, int column);
 
 // A value of a row held in a cursor's row buffer: its SQLite type (SQLITE_INTEGER ..
@@ -99,7 +110,7 @@ struct BufferedValue {
 // Stores a buffered value, `bytes` being its buffer's byte store, exactly as the same value
 // read from a statement would be stored.
 void storeValue(const BufferedValue& value, const char* bytes, const ValueInfo& info, std::ptrdiff_t step,
-                int column);
+                int column, int declaredScale = -1);
 
 // Fills a t_ParamDesc: names padded as paramdesc.h says.
 void fillDesc(t_ParamDesc* desc, const std::string& owner, const std::string& table,

@@ -6,6 +6,8 @@
 
 #include <vexapi/app/activeformspointer.h>
 
+#include <memory>
+
 namespace {
 
 WString cfgRoot(const WString& userRoot)
@@ -286,15 +288,34 @@ TEST(TemporaryNames, ApplicationRemovesItsFilesWhenDestroyed)
 TEST(ApplicationObject, LatestInstanceIsTheApplication)
 {
     EXPECT_EQ(Application::getApp(), nullptr);
+    // Three applications destroyed in each order: getApp() is always the most recently
+    // constructed one still alive.
+    const int orders[][3] = {{2, 1, 0}, {0, 1, 2}, {1, 0, 2}, {1, 2, 0}, {0, 2, 1}, {2, 0, 1}};
+    for (const auto& order : orders) {
+        std::unique_ptr<Application> apps[3];
+        for (auto& a : apps) {
+            a.reset(new Application);
+            EXPECT_EQ(Application::getApp(), a.get());
+        }
+        for (int victim : order) {
+            apps[victim].reset();
+            Application* expected = nullptr;
+            for (auto& a : apps)
+                if (a)
+                    expected = a.get();
+            EXPECT_EQ(Application::getApp(), expected)
+                << "order " << order[0] << order[1] << order[2] << ", after " << victim;
+        }
+    }
     {
         Application first;
-        EXPECT_EQ(Application::getApp(), &first);
         {
             Application second;
             EXPECT_EQ(Application::getApp(), &second);
         }
-        EXPECT_EQ(Application::getApp(), nullptr);
+        EXPECT_EQ(Application::getApp(), &first);
     }
+    EXPECT_EQ(Application::getApp(), nullptr);
     Application::incModalLevel();
     Application::incModalLevel();
     Application::decModalLevel();

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -470,4 +472,143 @@ TEST(Links, ALinkForgetsADeadPartner)
     }
     EXPECT_EQ(detail.linkCount(), 1);
     EXPECT_EQ(link.findBySecCol(WSTR("pid")), -1);
+}
+
+// ---- Overridden raw reads and null keys ----
+
+namespace {
+
+// A source whose raw read answers a value of its own for column 1 instead of the stored
+// one (as a translating layer over a table would), and fills the buffer with `poison` when
+// the field is null (a raw read of a null field leaves the buffer unspecified).
+class RewritingSource : public ParamSource {
+public:
+    using ParamSource::ParamSource;
+    using MemoryDataSource::getField;
+
+    void getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,
+                  VLong* realLen) const override
+    {
+        bool null = false;
+        VLong len = 0;
+        MemoryDataSource::getField(it, col, buf, bufLen, &null, &len);
+        const std::vector<unsigned char>& over = null ? poison : rewritten;
+        if (col == 1 && !over.empty()) {
+            std::memcpy(buf, over.data(), std::min(over.size(), std::size_t(bufLen)));
+            if (!null)
+                len = VLong(over.size());
+        }
+        if (isNull)
+            *isNull = null;
+        if (realLen)
+            *realLen = len;
+    }
+
+    std::vector<unsigned char> rewritten;
+    std::vector<unsigned char> poison;
+};
+
+struct RewriteCase {
+    Type type;
+    int len;
+    const char* stored;
+    const char* rewritten; // also the text getFieldText gives
+};
+
+const RewriteCase rewriteCases[] = {
+    {tInt, 4, "7", "70"},
+    {tSmall, 2, "3", "30"},
+    {tDouble, 8, "1.5", "2.25"},
+    {tDec, 16, "1.50", "9.75"},
+    {tText, 32, "abc", "xyz"},
+};
+
+} // namespace
+
+// Every read of a field, whatever type it asks for, sees what the raw read answers; so
+// does a link that copies the field into its detail's parameter.
+TEST(Overrides, EveryReadOfAFieldSeesTheOverriddenRawRead)
+{
+    for (const RewriteCase& c : rewriteCases) {
+        SCOPED_TRACE(typeName(c.type));
+        RewritingSource master("master");
+        master.addCol(DataSource::ColInfo(WSTR("k"), c.type, c.len));
+        master.initColumns();
+        const std::vector<unsigned char> stored = valueOf(c.type, c.stored);
+        const std::vector<unsigned char> rewritten = valueOf(c.type, c.rewritten);
+        master.setField(master.insertRow(master.end()), 1, stored.data(), int(stored.size()),
+                        c.type, false);
+        master.rewritten = rewritten;
+        master.toFirst();
+        const Iterator it = master.getCurIterator();
+
+        unsigned char own[64] = {};
+        bool isNull = true;
+        EXPECT_TRUE(master.getField(it, 1, own, sizeof own, c.type, &isNull, nullptr));
+        EXPECT_FALSE(isNull);
+        EXPECT_EQ(std::vector<unsigned char>(own, own + rewritten.size()), rewritten);
+        WChar text[32];
+        EXPECT_EQ(narrow(master.getFieldText(it, 1, text, sizeof text)), c.rewritten);
+        if (c.type == tInt) {
+            EXPECT_EQ(master.getFieldInt(it, 1), 70);
+        }
+        if (c.type == tDouble) {
+            EXPECT_EQ(master.getFieldDouble(it, 1), 2.25);
+        }
+
+        ParamSource detail("detail");
+        detail.addParam("p", c.type, c.len);
+        DataSourceLink link(&master, &detail);
+        link.add(WSTR("k"), WSTR("p"));
+        EXPECT_TRUE(detail.setLinkParams());
+        EXPECT_EQ(std::vector<unsigned char>(detail.params[0].value.begin(),
+                                             detail.params[0].value.begin() + rewritten.size()),
+                  rewritten);
+    }
+}
+
+// A null written with a type other than the parameter's converts as a null, whatever
+// `data` points at: the same answer as a null of the parameter's own type.
+TEST(SetParam, ANullOfAnotherTypeConvertsAsANull)
+{
+    for (const char* poison : {"42", "x", ""}) {
+        SCOPED_TRACE(poison);
+        ParamSource ds("ds");
+        ds.addParam("p", tInt, 4);
+        const VLong five = 5;
+        ASSERT_TRUE(ds.setParam(1, &five, 4, tInt, false, nullptr));
+        const WString junk = W(poison);
+        for (int round = 0; round < 2; ++round) {
+            bool changed = false;
+            EXPECT_TRUE(ds.setParam(1, junk.c_str(), int(junk.size() + 1) * 2, tText, true, &changed));
+            EXPECT_TRUE(changed);
+            EXPECT_TRUE(ds.paramIsNull(1));
+        }
+    }
+}
+
+// A null master key feeding a parameter of another type: the outcome may not depend on
+// what the buffer held before the read.
+TEST(Links, ANullMasterKeyIsCopiedAsANullWhateverTheBufferHeld)
+{
+    for (const char* poison : {"42", "x", ""}) {
+        SCOPED_TRACE(poison);
+        RewritingSource master("master");
+        master.addCol(DataSource::ColInfo(WSTR("k"), tText, 32));
+        master.initColumns();
+        master.setFieldText(master.insertRow(master.end()), 1, W("1").c_str());
+        master.poison = valueOf(tText, poison);
+        ParamSource detail("detail");
+        detail.addParam("pid", tInt, 4);
+        DataSourceLink link(&master, &detail);
+        link.add(WSTR("k"), WSTR("pid"));
+
+        master.toFirst();
+        EXPECT_TRUE(detail.setLinkParams());
+        EXPECT_EQ(detail.intParam(1), 1);
+        master.setNull(master.getCurIterator(), 1, true);
+        EXPECT_TRUE(detail.setLinkParams()) << "a null key is a change to null";
+        EXPECT_TRUE(detail.paramIsNull(1));
+        EXPECT_TRUE(detail.setLinkParams()) << "as with a null key of the parameter's own type";
+    }
 }

@@ -4,7 +4,10 @@
 #include <vexapi/core/wstring.h>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
+#include <iterator>
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -156,6 +159,12 @@ TEST(SqlText, FindSQLKeywordFindsTopLevelWholeWordsOnly)
         {"select a from t where", "   ", -1},
         {"select имя from т where x", "where", 18},
         {"select a from твhere", "where", -1},
+        // SQLite's other two quoted-name forms.
+        {"select [where] from t where", "where", 22},
+        {"select `where` from t where", "where", 22},
+        {"select `a``where` from t", "where", -1},
+        {"select [a b] from t where", "where", 20},
+        {"select [where", "where", -1},
     };
     for (const Case& c : cases) {
         WString text = W(c.text);
@@ -296,6 +305,104 @@ TEST(SqlText, AppendOrderBy)
         WStream s;
         AppendOrderBy(s, W(c.select).c_str(), W(c.addition).c_str());
         EXPECT_EQ(N(s.str()), c.expected) << "select: " << c.select << "\norder: " << c.addition;
+    }
+}
+
+// Names that look like keywords, WINDOW clauses, and each quoting form; every result must
+// also be SQL that SQLite accepts against kSchema (SqlText.SplicedSelectsAreValidSQLite).
+const char* const kSchema =
+    "create table t(a, q1, minus, plus, window, \"order by\", [group], [where], `limit`);"
+    "create table u(a, minus);";
+
+const SpliceCase keywordLikeWhereCases[] = {
+    // MINUS is an ordinary name in SQLite, not a compound operator.
+    {"SELECT q1 AS plus, -q1 AS minus FROM t", "1 = 1",
+     "SELECT q1 AS plus, -q1 AS minus FROM t WHERE 1 = 1"},
+    {"select a from t where minus > 0 order by a", "a > 1",
+     "select a from t where (minus > 0) AND (a > 1) order by a"},
+    {"select minus from t union select a from u where minus = 2", "a > 1",
+     "select minus from t WHERE a > 1 union select a from u where minus = 2"},
+    {"select a from t except select minus from u", "a > 1",
+     "select a from t WHERE a > 1 except select minus from u"},
+    // WINDOW: the condition goes before it; a column named window is a name.
+    {"select a, sum(a) over w from t window w as (order by a)", "a > 0",
+     "select a, sum(a) over w from t WHERE a > 0 window w as (order by a)"},
+    {"select a, sum(a) over w from t where a < 9 window w as (order by a) order by a", "a > 0",
+     "select a, sum(a) over w from t where (a < 9) AND (a > 0) window w as (order by a) order by a"},
+    {"select a, count(*) over w from t group by a having a > 1 window w as (partition by a)",
+     "a > 0",
+     "select a, count(*) over w from t WHERE a > 0 group by a having a > 1 window w as (partition by a)"},
+    {"select a, sum(a) over \"w\" from t window \"w\" as (order by a) limit 3", "a > 0",
+     "select a, sum(a) over \"w\" from t WHERE a > 0 window \"w\" as (order by a) limit 3"},
+    {"select a from t where window > 0", "a > 1", "select a from t where (window > 0) AND (a > 1)"},
+    {"select window from t window window as (order by a)", "window > 0",
+     "select window from t WHERE window > 0 window window as (order by a)"},
+    // Each quoting form hides keywords.
+    {"select 'order by', \"group\" from t", "a = 1", "select 'order by', \"group\" from t WHERE a = 1"},
+    {"select [order by], `limit` from t", "a = 1", "select [order by], `limit` from t WHERE a = 1"},
+    {"select [where] from t where [group] = 1", "a = 1",
+     "select [where] from t where ([group] = 1) AND (a = 1)"},
+    {"select `where` from t where `limit` = 1 order by a", "a = 1",
+     "select `where` from t where (`limit` = 1) AND (a = 1) order by a"},
+    {"select a from t -- where minus\n", "a = 1", "select a from t WHERE a = 1 -- where minus\n"},
+    {"select a from t /* window w as () */ group by a", "a > 1",
+     "select a from t WHERE a > 1 /* window w as () */ group by a"},
+};
+
+const SpliceCase keywordLikeOrderCases[] = {
+    {"select a from t where minus > 0", "a", "select a from t where minus > 0 ORDER BY a"},
+    {"select a from t minus", "a", "select a from t minus ORDER BY a"},
+    {"select a, sum(a) over w from t window w as (order by a)", "a desc",
+     "select a, sum(a) over w from t window w as (order by a) ORDER BY a desc"},
+    {"select a, sum(a) over w from t window w as (order by a) order by q1 limit 2", "a",
+     "select a, sum(a) over w from t window w as (order by a) ORDER BY a limit 2"},
+    {"select [order by] from t", "a", "select [order by] from t ORDER BY a"},
+    {"select `limit` from t order by `limit`", "a", "select `limit` from t ORDER BY a"},
+    {"select \"order by\" from t where [where] = 'order by'", "a",
+     "select \"order by\" from t where [where] = 'order by' ORDER BY a"},
+    {"select a from t -- order by x\n", "a", "select a from t ORDER BY a -- order by x\n"},
+    {"select a from t /* limit 1 */", "a", "select a from t ORDER BY a /* limit 1 */"},
+};
+
+TEST(SqlText, KeywordLikeNamesWindowsAndQuotes)
+{
+    for (const SpliceCase& c : keywordLikeWhereCases) {
+        WStream s;
+        AppendWhere(s, W(c.select).c_str(), W(c.addition).c_str());
+        EXPECT_EQ(N(s.str()), c.expected) << "select: " << c.select << "\ncondition: " << c.addition;
+    }
+    for (const SpliceCase& c : keywordLikeOrderCases) {
+        WStream s;
+        AppendOrderBy(s, W(c.select).c_str(), W(c.addition).c_str());
+        EXPECT_EQ(N(s.str()), c.expected) << "select: " << c.select << "\norder: " << c.addition;
+    }
+}
+
+// Proves the tables above hold real SQL: each input and each result prepares in SQLite.
+TEST(SqlText, SplicedSelectsAreValidSQLite)
+{
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> guard(db, sqlite3_close);
+    ASSERT_EQ(sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+    auto prepares = [db](const std::string& sql) {
+        sqlite3_stmt* st = nullptr;
+        const int rc = sqlite3_prepare_v2(db, sql.c_str(), -1, &st, nullptr);
+        sqlite3_finalize(st);
+        return rc == SQLITE_OK ? std::string("ok") : sql + ": " + sqlite3_errmsg(db);
+    };
+    for (const SpliceCase* table : {keywordLikeWhereCases, keywordLikeOrderCases}) {
+        const std::size_t n = table == keywordLikeWhereCases ? std::size(keywordLikeWhereCases)
+                                                             : std::size(keywordLikeOrderCases);
+        for (std::size_t i = 0; i < n; ++i) {
+            EXPECT_EQ(prepares(table[i].select), "ok");
+            WStream s;
+            if (table == keywordLikeWhereCases)
+                AppendWhere(s, W(table[i].select).c_str(), W(table[i].addition).c_str());
+            else
+                AppendOrderBy(s, W(table[i].select).c_str(), W(table[i].addition).c_str());
+            EXPECT_EQ(prepares(N(s.str())), "ok");
+        }
     }
 }
 

@@ -128,4 +128,7 @@ public:
 private:
     List m_activeForms;
     VectorOf<WChar*> m_tmpFileNames;
+    // The application that was getApp() when this one was constructed and is still alive:
+    // the live applications form a stack through these links, getApp() at its top.
+    Application* m_below;
 };

@@ -265,7 +265,9 @@ public:
     // gives true with *isNull set and `buf` untouched. False when the conversion fails.
     virtual bool getField(Iterator it, int col, void* buf, int bufLen, Type type, bool* isNull,
                           VLong* realLen) const;
-    // Raw read in the column's own type.
+    // Raw read in the column's own type. Every typed read goes through it (a source may read
+    // directly only where it knows this one is not overridden), so an override is seen
+    // whatever type is asked for.
     virtual void getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,
                           VLong* realLen) const = 0;
     // Typed write: `data` (len bytes of `type`) converted to the column's type. False, and
@@ -302,6 +304,7 @@ public:
     // Typed parameter write that tells whether the value changed. Its order of steps is
     // relied on by links: a null written with the parameter's own type always reports a
     // change, and a null written with type 0 reports none and answers false (see the .cpp).
+    // A null of any other type is a null of the parameter's own type: `data` is not read.
     virtual bool setParam(int param, const void* data, int len, Type type, bool isNull,
                           bool* changed);
     virtual void setParam(int param, const void* data, int len, bool isNull) = 0;

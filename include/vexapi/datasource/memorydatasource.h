@@ -187,6 +187,10 @@ private:
     DataSource* m_curInnerDS;
     // The end position, made once and shared: end() is asked for at every step of a walk.
     Iterator m_end;
+    // Whether typed reads in a column's own type may skip the virtual raw getField: set by
+    // initColumns when the object is a MemoryDataSource itself, so no subclass can get it
+    // wrong; false, the always-correct path, until then.
+    bool m_directReads;
 };
 
 } // namespace DataSourceAPI

@@ -14,9 +14,10 @@
 typedef std::basic_ostream<WChar> WOStream;
 
 // How the helpers read SQL text:
-//  - Single-quoted strings ('it''s'), double-quoted names ("Order") and comments (from "--"
-//    to the end of the line, and "/* ... */", not nested) are opaque: nothing inside them is
-//    a keyword. An unterminated one runs to the end of the text.
+//  - Single-quoted strings ('it''s'), quoted names ("Order", `Order` and [Order], as SQLite
+//    reads them) and comments (from "--" to the end of the line, and "/* ... */", not
+//    nested) are opaque: nothing inside them is a keyword. An unterminated one runs to the
+//    end of the text.
 //  - A word is a run of ASCII letters and digits, '_', '$', '#', '@' and any character
 //    from U+0080 up, so a keyword is found as a whole word only ("WHEREVER" and "X_WHERE"
 //    hold no WHERE). Words compare without regard to ASCII case.
@@ -51,11 +52,12 @@ VEXAPI_API const WChar* FindSQLKeyword(const WChar* text, const WChar* keyword);
 //    joined: "where a = 1 or b = 2" and "c = 3" give "where (a = 1 or b = 2) AND (c = 3)",
 //    so the precedence of neither changes the other;
 //  - otherwise " WHERE " and the condition go after the last word before the first of
-//    GROUP BY, HAVING, ORDER BY, LIMIT, FOR UPDATE, or else at the end of the statement
-//    (before a closing ";" and any trailing comment).
+//    WINDOW, GROUP BY, HAVING, ORDER BY, LIMIT, FOR UPDATE, or else at the end of the
+//    statement (before a closing ";" and any trailing comment). WINDOW counts only as
+//    "WINDOW name AS": SQLite lets "window" be a name.
 // The clauses are looked for after the statement's top-level FROM when it has one, and in
-// a compound select (UNION, INTERSECT, EXCEPT, MINUS) in its first member only: the
-// condition then filters that member. A condition ending in a "--" comment is closed with a
+// a compound select (UNION, INTERSECT, EXCEPT) in its first member only: the condition
+// then filters that member. MINUS is no compound operator here: SQLite takes it as a name. A condition ending in a "--" comment is closed with a
 // line feed so that it can't swallow what follows.
 VEXAPI_API void AppendWhere(WOStream& stream, const WChar* select, const WChar* condition);
 

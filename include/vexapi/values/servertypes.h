@@ -30,6 +30,24 @@ enum ServerType : int {
     orvExtChar = 18      // text in the server's external file encoding
 };
 
+// How the client layer stores a bound decimal (orvDecimal) in SQLite. SQLite has no decimal
+// type: a DECIMAL or NUMERIC column turns any text that reads as a number into a double,
+// keeping about 15 digits. So the layer sends each valid decimal as
+//  1. an INTEGER when it is a whole number that fits 64 bits;
+//  2. else a REAL when the nearest double reads back as the same decimal (every value of up
+//     to 15 significant digits, and some longer ones);
+//  3. else its canonical text ("-12345678901234567890.123456789") followed by one NUL,
+//     which SQLite's number test refuses, so the column keeps the text as it is.
+// A read into a form without a precision of its own is rescaled to the column's declared
+// scale (decimal(10,2) reads -12.5 back as -12.50); so every decimal of up to 33 digits
+// written through the layer reads back exactly, at the column's scale.
+// Costs: a bind converts each fraction to a double and back once. SQL sees kinds 1 and 2 as
+// numbers that sort, compare and sum by value. Kind 3 sorts after every number and compares
+// greater than any number on the bare column; sum(), avg() and arithmetic read it as a
+// double, so "ORDER BY d + 0" and "WHERE d + 0 > x" order and compare it by value to a
+// double's precision. Outside the layer such a text shows without its NUL, one byte longer
+// than its length() says.
+
 // The size in bytes of a value of a fixed-size fetch form, or 0 for a form whose size is the
 // declared length (text, bytes, blobs and unknown codes).
 inline int serverTypeFixedSize(int type)
