@@ -24,7 +24,9 @@ using namespace orvtest;
 
 // The test binary's operator new counts the allocations of a thread while it asks to (the
 // read-loop test below); it allocates with malloc, and its delete frees, so that it pairs
-// the same way with and without AddressSanitizer's own operators.
+// the same way with and without AddressSanitizer's own operators. Every unaligned form is
+// replaced (plain, array, nothrow), since each delete below frees what any of them gave:
+// std::stable_sort, for one, takes its buffer with the nothrow form.
 namespace {
 thread_local bool t_countAllocations = false;
 thread_local long t_allocations = 0;
@@ -43,8 +45,26 @@ void* operator new(std::size_t n)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 #endif
+void* operator new[](std::size_t n)
+{
+    return operator new(n);
+}
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept
+{
+    if (t_countAllocations)
+        ++t_allocations;
+    return std::malloc(n ? n : 1);
+}
+void* operator new[](std::size_t n, const std::nothrow_t& tag) noexcept
+{
+    return operator new(n, tag);
+}
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
 #endif
