@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 using namespace sqltest;
@@ -391,6 +392,27 @@ TEST(TypicalColsTest, TablesAreOneBasedAndSearchable)
     EXPECT_TRUE(null);
     t.initParams(); // frees the blob of the old block (AddressSanitizer watches)
     EXPECT_EQ(t.realParamLen(2, nullptr), 0);
+}
+
+} // namespace
+
+namespace {
+
+TEST(LowMemoryDSTest, IndexCostFollowsVisitedAndChangedRowsNotRowCount)
+{
+    StubDS ds;
+    const int rows = 10000000;
+    ds.reset(rows);
+    std::mt19937 rng(7);
+    for (int i = 0; i < 1000; ++i)
+        ds.id(ds.row2iterator(1 + int(rng() % unsigned(rows))));
+    // Evicted rows went back into their runs; only the pool holds entries of its own.
+    EXPECT_LE(ds.buffer().entryCount(), 2 * LowMemoryDS::cacheLimit + 1);
+    for (int i = 0; i < 200; ++i)
+        ds.setId(ds.row2iterator(1 + int(rng() % unsigned(rows))), -i);
+    EXPECT_LE(ds.buffer().entryCount(), 2 * (LowMemoryDS::cacheLimit + 200) + 1);
+    EXPECT_EQ(ds.updCount(), 200);
+    EXPECT_EQ(ds.checkInvariants(), 0);
 }
 
 } // namespace
