@@ -1,0 +1,373 @@
+// UnionDataSource: the member list, the walk from a union row to its member and row, the
+// reads passed to the member, and the following of the members' events and destruction.
+#include <vexapi/datasource/uniondatasource.h>
+
+namespace DataSourceAPI {
+
+UnionDataSource::UnionDataSource()
+    : m_members(50, 50), m_curRow(0), m_created(false), m_retrieved(false), m_connected(50, 50)
+{
+}
+
+UnionDataSource::~UnionDataSource()
+{
+    while (!m_connected.empty()) {
+        DataSource* ds = m_connected[m_connected.size() - 1];
+        m_connected.remove(m_connected.size() - 1);
+        disconnectDS(ds);
+    }
+}
+
+void UnionDataSource::readOnly()
+{
+    throw Error();
+}
+
+// ---- Members ----
+
+int UnionDataSource::occurrences(const DataSource* ds) const
+{
+    int n = 0;
+    for (DataSource* m : m_members)
+        if (m == ds)
+            ++n;
+    return n;
+}
+
+int UnionDataSource::rdsAdd(DataSource* ds)
+{
+    close();
+    const int i = m_members.add(ds);
+    if (ds && occurrences(ds) == 1)
+        connectDS(ds);
+    return i;
+}
+
+void UnionDataSource::rdsInsert(int index, DataSource* ds)
+{
+    close();
+    index = index < 0 ? 0 : index > rdsCount() ? rdsCount() : index;
+    m_members.insert(index, ds);
+    if (ds && occurrences(ds) == 1)
+        connectDS(ds);
+}
+
+void UnionDataSource::rdsSet(int index, DataSource* ds)
+{
+    if (index < 0 || index >= rdsCount())
+        return;
+    close();
+    DataSource* old = m_members[index];
+    m_members[index] = ds;
+    if (old && old != ds && occurrences(old) == 0)
+        disconnectDS(old);
+    if (ds && old != ds && occurrences(ds) == 1)
+        connectDS(ds);
+}
+
+void UnionDataSource::rdsRemove(int index)
+{
+    if (index < 0 || index >= rdsCount())
+        return;
+    close();
+    DataSource* old = m_members[index];
+    m_members.remove(index);
+    if (old && occurrences(old) == 0)
+        disconnectDS(old);
+}
+
+void UnionDataSource::rdsRemoveAll()
+{
+    close();
+    while (!m_members.empty())
+        rdsRemove(rdsCount() - 1);
+}
+
+DataSource* UnionDataSource::rds(int index) const
+{
+    return index >= 0 && index < rdsCount() ? m_members[index] : nullptr;
+}
+
+int UnionDataSource::rdsStartPos(int index) const
+{
+    int pos = 0;
+    for (int i = 0; i < index && i < rdsCount(); ++i)
+        if (m_members[i])
+            pos += m_members[i]->rowCount();
+    return pos;
+}
+
+int UnionDataSource::rdsIndexByRow(int row) const
+{
+    if (row < 1)
+        return -1;
+    for (int i = 0; i < rdsCount(); ++i) {
+        const int n = m_members[i] ? m_members[i]->rowCount() : 0;
+        if (row <= n)
+            return i;
+        row -= n;
+    }
+    return -1;
+}
+
+UnionDataSource::RowLocation UnionDataSource::location(int row) const
+{
+    // Row 0 (end) and negative rows live nowhere: the walk would answer the first member.
+    if (row < 1)
+        return RowLocation{nullptr, 0};
+    for (DataSource* m : m_members) {
+        const int n = m ? m->rowCount() : 0;
+        if (row <= n)
+            return RowLocation{m, row};
+        row -= n;
+    }
+    return RowLocation{nullptr, 0};
+}
+
+UnionDataSource::RowLocation UnionDataSource::location(const Iterator& it) const
+{
+    return location(row(it));
+}
+
+// ---- Read-only ----
+
+int UnionDataSource::insertCol(int, const ColInfo&) { readOnly(); }
+void UnionDataSource::setCol(int, const ColInfo&) { readOnly(); }
+void UnionDataSource::removeCol(int) { readOnly(); }
+DataSource::Iterator UnionDataSource::insertRow(Iterator) { readOnly(); }
+void UnionDataSource::deleteRow(Iterator) { readOnly(); }
+void UnionDataSource::setField(Iterator, int, const void*, int, bool) { readOnly(); }
+void UnionDataSource::setNull(Iterator, int, bool) { readOnly(); }
+void UnionDataSource::clear() { readOnly(); }
+
+// ---- Columns ----
+
+int UnionDataSource::colCount() const
+{
+    DataSource* first = rds(0);
+    return first ? first->colCount() : 0;
+}
+
+int UnionDataSource::indexByName(const WChar* name) const
+{
+    DataSource* first = rds(0);
+    return first ? first->indexByName(name) : 0;
+}
+
+DataSource::ColInfo UnionDataSource::colInfo(int col) const
+{
+    DataSource* first = rds(0);
+    return first ? first->colInfo(col) : ColInfo();
+}
+
+Type UnionDataSource::colType(int col) const
+{
+    DataSource* first = rds(0);
+    return first ? first->colType(col) : tNone;
+}
+
+bool UnionDataSource::isCalculated(int col) const
+{
+    DataSource* first = rds(0);
+    return first ? first->isCalculated(col) : false;
+}
+
+// ---- Positions ----
+
+int UnionDataSource::row(const Iterator& it) const
+{
+    const RIterator* r = dynamic_cast<const RIterator*>(getIterator(it));
+    return r ? r->m_row : 0;
+}
+
+DataSource::Iterator UnionDataSource::iter(int row) const
+{
+    return makeIterator(new RIterator(row, rowCount()));
+}
+
+void UnionDataSource::setCurIterator(Iterator it)
+{
+    m_curRow = row(it);
+}
+
+DataSource::Iterator UnionDataSource::begin() const
+{
+    return iter(rowCount() > 0 ? 1 : 0);
+}
+
+int UnionDataSource::rowCount() const
+{
+    int n = 0;
+    for (DataSource* m : m_members)
+        if (m)
+            n += m->rowCount();
+    return n;
+}
+
+// ---- Fields ----
+
+VLong UnionDataSource::realLen(Iterator it, int col, bool* isNull) const
+{
+    const RowLocation at = location(it);
+    if (!at.ds || col < 1 || col > at.ds->colCount()) {
+        if (isNull)
+            *isNull = true;
+        return 0;
+    }
+    return at.ds->realLen(at.ds->row2iterator(at.row), col, isNull);
+}
+
+void UnionDataSource::getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,
+                               VLong* realLen) const
+{
+    const RowLocation at = location(it);
+    if (!at.ds || col < 1 || col > at.ds->colCount())
+        return;
+    at.ds->getField(at.ds->row2iterator(at.row), col, buf, bufLen, isNull, realLen);
+}
+
+bool UnionDataSource::getNull(Iterator it, int col) const
+{
+    const RowLocation at = location(it);
+    if (!at.ds || col < 1 || col > at.ds->colCount())
+        return true;
+    return at.ds->getNull(at.ds->row2iterator(at.row), col);
+}
+
+// ---- Life cycle ----
+
+void UnionDataSource::create()
+{
+    DataSource::initColumns();
+    m_created = true;
+}
+
+void UnionDataSource::close()
+{
+    m_curRow = 0;
+    m_created = false;
+    m_retrieved = false;
+}
+
+void UnionDataSource::retrieve()
+{
+    m_curRow = rowCount() > 0 ? 1 : 0;
+    m_retrieved = true;
+}
+
+DataSource::ColInfo UnionDataSource::paramInfo(int) const
+{
+    return ColInfo(WSTR(""), tNone, 0);
+}
+
+// ---- Calculated values ----
+
+void UnionDataSource::invalidateField(Iterator it, int col)
+{
+    const RowLocation at = location(it);
+    if (at.ds)
+        at.ds->invalidateField(at.ds->row2iterator(at.row), col);
+}
+
+void UnionDataSource::invalidateRow(Iterator it)
+{
+    const RowLocation at = location(it);
+    if (at.ds)
+        at.ds->invalidateRow(at.ds->row2iterator(at.row));
+}
+
+void UnionDataSource::invalidateCol(int col)
+{
+    for (DataSource* m : m_connected)
+        if (col >= 1 && col <= m->colCount())
+            m->invalidateCol(col);
+}
+
+void UnionDataSource::invalidate()
+{
+    for (DataSource* m : m_connected)
+        m->invalidate();
+}
+
+// ---- Following the members ----
+
+void UnionDataSource::connectDS(DataSource* ds)
+{
+    m_connected.add(ds);
+    subscribe(ds, &Object::onDtor, this, &UnionDataSource::onDSDtor);
+    subscribe(ds, &DataSource::onCurPosChanged, this, &UnionDataSource::onDSCurPosChanged);
+    subscribe(ds, &DataSource::onInsert, this, &UnionDataSource::onDSInsert);
+    subscribe(ds, &DataSource::onDelete, this, &UnionDataSource::onDSDelete);
+    subscribe(ds, &DataSource::onFieldChanged, this, &UnionDataSource::onDSFieldChanged);
+    subscribe(ds, &DataSource::onRowChanged, this, &UnionDataSource::onDSRowChanged);
+    subscribe(ds, &DataSource::onChange, this, &UnionDataSource::onDSChange);
+    subscribe(ds, &DataSource::onFullChange, this, &UnionDataSource::onDSFullChange);
+}
+
+void UnionDataSource::disconnectDS(DataSource* ds)
+{
+    const int i = m_connected.find(ds);
+    if (i >= 0)
+        m_connected.remove(i);
+    unsubscribe(ds, &Object::onDtor, this, &UnionDataSource::onDSDtor);
+    unsubscribe(ds, &DataSource::onCurPosChanged, this, &UnionDataSource::onDSCurPosChanged);
+    unsubscribe(ds, &DataSource::onInsert, this, &UnionDataSource::onDSInsert);
+    unsubscribe(ds, &DataSource::onDelete, this, &UnionDataSource::onDSDelete);
+    unsubscribe(ds, &DataSource::onFieldChanged, this, &UnionDataSource::onDSFieldChanged);
+    unsubscribe(ds, &DataSource::onRowChanged, this, &UnionDataSource::onDSRowChanged);
+    unsubscribe(ds, &DataSource::onChange, this, &UnionDataSource::onDSChange);
+    unsubscribe(ds, &DataSource::onFullChange, this, &UnionDataSource::onDSFullChange);
+}
+
+// The dying member is past its own destructors: every entry of it goes, untouched, so no
+// walk can reach it again; its subscriptions die with it.
+SlotResult UnionDataSource::onDSDtor(Object* sender)
+{
+    close();
+    for (int i = rdsCount() - 1; i >= 0; --i)
+        if (static_cast<Object*>(m_members[i]) == sender)
+            m_members.remove(i);
+    for (int i = m_connected.size() - 1; i >= 0; --i)
+        if (static_cast<Object*>(m_connected[i]) == sender)
+            m_connected.remove(i);
+    return SlotContinue;
+}
+
+SlotResult UnionDataSource::onDSCurPosChanged(Object* sender, Iterator) { return onDSChange(sender); }
+SlotResult UnionDataSource::onDSInsert(Object* sender, Iterator) { return onDSChange(sender); }
+SlotResult UnionDataSource::onDSDelete(Object* sender, int) { return onDSChange(sender); }
+SlotResult UnionDataSource::onDSFieldChanged(Object* sender, Iterator, int) { return onDSChange(sender); }
+SlotResult UnionDataSource::onDSRowChanged(Object* sender, Iterator) { return onDSChange(sender); }
+
+SlotResult UnionDataSource::onDSChange(Object*)
+{
+    retrieve();
+    send(this, &DataSource::onChange);
+    return SlotContinue;
+}
+
+SlotResult UnionDataSource::onDSFullChange(Object*)
+{
+    m_curRow = 0;
+    initColumns();
+    retrieve();
+    send(this, &DataSource::onFullChange);
+    return SlotContinue;
+}
+
+int UnionDataSource::checkInvariants() const
+{
+    for (DataSource* m : m_members)
+        if (m && m_connected.find(m) < 0)
+            return 1;
+    for (int i = 0; i < m_connected.size(); ++i) {
+        if (!m_connected[i] || occurrences(m_connected[i]) == 0)
+            return 2;
+        for (int j = i + 1; j < m_connected.size(); ++j)
+            if (m_connected[i] == m_connected[j])
+                return 2;
+    }
+    return 0;
+}
+
+} // namespace DataSourceAPI
