@@ -106,7 +106,7 @@ DataSource::Iterator LookupDataSource::iter(int row) const
 {
     if (row < 1 || row > rowCount())
         return end();
-    return makeIterator(new RIterator(row));
+    return makeIterator(new RIterator(row, rowCount()));
 }
 
 DataSource::Iterator LookupDataSource::dsiter(int row) const

@@ -29,19 +29,22 @@ namespace DataSourceAPI {
 //  4. Every row is a position of `ds` other than its end().
 class VEXAPI_API LookupDataSource : public virtual DataSource {
 public:
-    // A row number within the view; end() is 0.
+    // A row number within the view and the row count when it was made; end() is 0. A
+    // step past the last row lands on end(), and one back from end() on the last row, so
+    // that a walk from begin() to end() ends (a bare row number would run on for ever).
     class VEXAPI_API RIterator : public IteratorInt {
     public:
-        explicit RIterator(int row) : m_row(row) {}
-        IteratorInt* clone() const override { return new RIterator(m_row); }
+        RIterator(int row, int count) : m_row(row), m_count(count) {}
+        IteratorInt* clone() const override { return new RIterator(m_row, m_count); }
         bool operator==(const IteratorInt& other) const override
         {
             return m_row == static_cast<const RIterator&>(other).m_row;
         }
-        void operator++(int) override { ++m_row; }
-        void operator--(int) override { --m_row; }
+        void operator++(int) override { m_row = m_row >= m_count || m_row < 0 ? 0 : m_row + 1; }
+        void operator--(int) override { m_row = m_row <= 0 || m_row > m_count ? (m_row == 0 ? m_count : 0) : m_row - 1; }
 
         int m_row;
+        int m_count;
     };
 
     // What every write raises: the view is read-only. Its message is empty.
@@ -86,7 +89,7 @@ public:
     Iterator row2iterator(int row) const override { return iter(row); }
     int iterator2row(Iterator it) const override { return row(it); }
     Iterator begin() const override;
-    Iterator end() const override { return makeIterator(new RIterator(0)); }
+    Iterator end() const override { return makeIterator(new RIterator(0, rowCount())); }
     int rowCount() const override { return int(m_rows.size()); }
 
     // ---- Fields, read through ds ----
