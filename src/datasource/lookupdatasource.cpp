@@ -121,6 +121,12 @@ DataSource::Iterator LookupDataSource::getCurIterator() const
     return m_curRow == 0 ? end() : iter(m_curRow);
 }
 
+void LookupDataSource::setCurRow(int row)
+{
+    if (row >= 0 && row <= rowCount())
+        m_curRow = row;
+}
+
 void LookupDataSource::setCurIterator(Iterator it)
 {
     setCurRow(row(it));

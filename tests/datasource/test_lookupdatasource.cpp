@@ -259,6 +259,15 @@ TEST(Lookup, ReadsGoThroughTheSourcePositions)
     EXPECT_TRUE(v.lookup.iter(0) == v.lookup.end());
     v.lookup.setCurRow(3);
     EXPECT_EQ(v.lookup.iterator2row(v.lookup.getCurIterator()), 3);
+    v.lookup.setCurRow(4);
+    EXPECT_EQ(v.lookup.getCurRow(), 3);
+    // A walk ends on end() in both directions.
+    Iterator back = v.lookup.end();
+    --back;
+    EXPECT_EQ(v.lookup.iterator2row(back), 3);
+    Iterator last = v.lookup.iter(3);
+    ++last;
+    EXPECT_TRUE(last == v.lookup.end());
     v.lookup.setCurIterator(v.lookup.iter(2));
     EXPECT_EQ(v.lookup.getCurRow(), 2);
     // A read past the end leaves the outputs alone.

@@ -85,7 +85,8 @@ public:
     Iterator getCurIterator() const override;
     int getCurRow() const override { return m_curRow; }
     void setCurIterator(Iterator it) override;
-    void setCurRow(int row) override { m_curRow = row; }
+    // Only 0..rowCount(); anything else leaves the current row.
+    void setCurRow(int row) override;
     Iterator row2iterator(int row) const override { return iter(row); }
     int iterator2row(Iterator it) const override { return row(it); }
     Iterator begin() const override;
