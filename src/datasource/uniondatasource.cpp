@@ -5,17 +5,14 @@
 namespace DataSourceAPI {
 
 UnionDataSource::UnionDataSource()
-    : m_members(50, 50), m_curRow(0), m_created(false), m_retrieved(false), m_connected(50, 50)
+    : m_members(50, 50), m_curRow(0), m_created(false), m_retrieved(false)
 {
 }
 
 UnionDataSource::~UnionDataSource()
 {
-    while (!m_connected.empty()) {
-        DataSource* ds = m_connected[m_connected.size() - 1];
-        m_connected.remove(m_connected.size() - 1);
-        disconnectDS(ds);
-    }
+    while (!m_connected.empty())
+        disconnectDS(m_connected.back().ds);
 }
 
 void UnionDataSource::readOnly()
@@ -278,22 +275,22 @@ void UnionDataSource::invalidateRow(Iterator it)
 
 void UnionDataSource::invalidateCol(int col)
 {
-    for (DataSource* m : m_connected)
-        if (col >= 1 && col <= m->colCount())
-            m->invalidateCol(col);
+    for (const Watched& m : m_connected)
+        if (col >= 1 && col <= m.ds->colCount())
+            m.ds->invalidateCol(col);
 }
 
 void UnionDataSource::invalidate()
 {
-    for (DataSource* m : m_connected)
-        m->invalidate();
+    for (const Watched& m : m_connected)
+        m.ds->invalidate();
 }
 
 // ---- Following the members ----
 
 void UnionDataSource::connectDS(DataSource* ds)
 {
-    m_connected.add(ds);
+    m_connected.push_back(Watched{ds, ds});
     subscribe(ds, &Object::onDtor, this, &UnionDataSource::onDSDtor);
     subscribe(ds, &DataSource::onCurPosChanged, this, &UnionDataSource::onDSCurPosChanged);
     subscribe(ds, &DataSource::onInsert, this, &UnionDataSource::onDSInsert);
@@ -306,9 +303,11 @@ void UnionDataSource::connectDS(DataSource* ds)
 
 void UnionDataSource::disconnectDS(DataSource* ds)
 {
-    const int i = m_connected.find(ds);
-    if (i >= 0)
-        m_connected.remove(i);
+    for (std::size_t i = 0; i < m_connected.size(); ++i)
+        if (m_connected[i].ds == ds) {
+            m_connected.erase(m_connected.begin() + std::ptrdiff_t(i));
+            break;
+        }
     unsubscribe(ds, &Object::onDtor, this, &UnionDataSource::onDSDtor);
     unsubscribe(ds, &DataSource::onCurPosChanged, this, &UnionDataSource::onDSCurPosChanged);
     unsubscribe(ds, &DataSource::onInsert, this, &UnionDataSource::onDSInsert);
@@ -324,12 +323,16 @@ void UnionDataSource::disconnectDS(DataSource* ds)
 SlotResult UnionDataSource::onDSDtor(Object* sender)
 {
     close();
-    for (int i = rdsCount() - 1; i >= 0; --i)
-        if (static_cast<Object*>(m_members[i]) == sender)
-            m_members.remove(i);
-    for (int i = m_connected.size() - 1; i >= 0; --i)
-        if (static_cast<Object*>(m_connected[i]) == sender)
-            m_connected.remove(i);
+    for (std::size_t w = 0; w < m_connected.size(); ++w) {
+        if (m_connected[w].object != sender)
+            continue;
+        DataSource* dead = m_connected[w].ds;
+        m_connected.erase(m_connected.begin() + std::ptrdiff_t(w));
+        for (int i = rdsCount() - 1; i >= 0; --i)
+            if (m_members[i] == dead)
+                m_members.remove(i);
+        break;
+    }
     return SlotContinue;
 }
 
@@ -357,16 +360,19 @@ SlotResult UnionDataSource::onDSFullChange(Object*)
 
 int UnionDataSource::checkInvariants() const
 {
+    const auto watched = [this](const DataSource* ds) {
+        int n = 0;
+        for (const Watched& w : m_connected)
+            if (w.ds == ds)
+                ++n;
+        return n;
+    };
     for (DataSource* m : m_members)
-        if (m && m_connected.find(m) < 0)
+        if (m && watched(m) == 0)
             return 1;
-    for (int i = 0; i < m_connected.size(); ++i) {
-        if (!m_connected[i] || occurrences(m_connected[i]) == 0)
+    for (const Watched& w : m_connected)
+        if (!w.ds || occurrences(w.ds) == 0 || watched(w.ds) != 1)
             return 2;
-        for (int j = i + 1; j < m_connected.size(); ++j)
-            if (m_connected[i] == m_connected[j])
-                return 2;
-    }
     return 0;
 }
 

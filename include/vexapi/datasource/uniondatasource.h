@@ -7,6 +7,8 @@
 #include <vexapi/core/api.h>
 #include <vexapi/core/vectorof.h>
 
+#include <vector>
+
 namespace DataSourceAPI {
 
 // The members' rows in member order: row r of the union is row r - rdsStartPos(i) of
@@ -166,8 +168,14 @@ private:
     int m_curRow;
     bool m_created;
     bool m_retrieved;
-    // The members subscribed, once each, to check invariant 1.
-    VectorOf<DataSource*> m_connected;
+    // The members subscribed, once each, with their Object taken while they lived: a dying
+    // member is only an Object, and converting its pointer to that virtual base would read
+    // a dead object.
+    struct Watched {
+        DataSource* ds;
+        Object* object;
+    };
+    std::vector<Watched> m_connected;
 };
 
 } // namespace DataSourceAPI
