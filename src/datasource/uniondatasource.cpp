@@ -5,8 +5,33 @@
 namespace DataSourceAPI {
 
 UnionDataSource::UnionDataSource()
-    : m_members(50, 50), m_curRow(0), m_created(false), m_retrieved(false)
+    : m_members(50, 50), m_curRow(0), m_created(false), m_retrieved(false), m_cacheDS(nullptr),
+      m_cacheRow(0)
 {
+}
+
+DataSource::Iterator UnionDataSource::memberIterator(const RowLocation& at) const
+{
+    if (m_cacheDS == at.ds && !m_cacheIt.empty()) {
+        if (m_cacheRow == at.row)
+            return m_cacheIt;
+        if (m_cacheRow + 1 == at.row) {
+            ++m_cacheIt;
+            m_cacheRow = at.row;
+            return m_cacheIt;
+        }
+    }
+    m_cacheDS = at.ds;
+    m_cacheRow = at.row;
+    m_cacheIt = at.ds->row2iterator(at.row);
+    return m_cacheIt;
+}
+
+void UnionDataSource::forget() const
+{
+    m_cacheDS = nullptr;
+    m_cacheRow = 0;
+    m_cacheIt = Iterator();
 }
 
 UnionDataSource::~UnionDataSource()
@@ -211,7 +236,7 @@ VLong UnionDataSource::realLen(Iterator it, int col, bool* isNull) const
             *isNull = true;
         return 0;
     }
-    return at.ds->realLen(at.ds->row2iterator(at.row), col, isNull);
+    return at.ds->realLen(memberIterator(at), col, isNull);
 }
 
 void UnionDataSource::getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,
@@ -220,7 +245,7 @@ void UnionDataSource::getField(Iterator it, int col, void* buf, int bufLen, bool
     const RowLocation at = location(it);
     if (!at.ds || col < 1 || col > at.ds->colCount())
         return;
-    at.ds->getField(at.ds->row2iterator(at.row), col, buf, bufLen, isNull, realLen);
+    at.ds->getField(memberIterator(at), col, buf, bufLen, isNull, realLen);
 }
 
 bool UnionDataSource::getNull(Iterator it, int col) const
@@ -228,7 +253,7 @@ bool UnionDataSource::getNull(Iterator it, int col) const
     const RowLocation at = location(it);
     if (!at.ds || col < 1 || col > at.ds->colCount())
         return true;
-    return at.ds->getNull(at.ds->row2iterator(at.row), col);
+    return at.ds->getNull(memberIterator(at), col);
 }
 
 // ---- Life cycle ----
@@ -241,6 +266,7 @@ void UnionDataSource::create()
 
 void UnionDataSource::close()
 {
+    forget();
     m_curRow = 0;
     m_created = false;
     m_retrieved = false;
@@ -248,6 +274,7 @@ void UnionDataSource::close()
 
 void UnionDataSource::retrieve()
 {
+    forget();
     m_curRow = rowCount() > 0 ? 1 : 0;
     m_retrieved = true;
 }
@@ -263,14 +290,14 @@ void UnionDataSource::invalidateField(Iterator it, int col)
 {
     const RowLocation at = location(it);
     if (at.ds)
-        at.ds->invalidateField(at.ds->row2iterator(at.row), col);
+        at.ds->invalidateField(memberIterator(at), col);
 }
 
 void UnionDataSource::invalidateRow(Iterator it)
 {
     const RowLocation at = location(it);
     if (at.ds)
-        at.ds->invalidateRow(at.ds->row2iterator(at.row));
+        at.ds->invalidateRow(memberIterator(at));
 }
 
 void UnionDataSource::invalidateCol(int col)

@@ -78,6 +78,11 @@ TEST(Union, RowsAreFoundByWalkingTheMembers)
     EXPECT_EQ(t.u.rdsStartPos(2), 5);
     EXPECT_EQ(textAt(t.u, t.u.iter(4), 2), "b");
     EXPECT_EQ(t.u.iterator2row(t.u.row2iterator(4)), 4);
+    // Reads in any order: backwards, the same row twice, skipping ahead.
+    for (int r : {5, 4, 4, 2, 3, 5, 1}) {
+        SCOPED_TRACE(r);
+        EXPECT_EQ(t.u.getFieldInt(t.u.iter(r), 1), r);
+    }
     // Steps go from one member into the next.
     Iterator it = t.u.iter(3);
     ++it;

@@ -163,6 +163,8 @@ private:
     void connectDS(DataSource* ds);
     void disconnectDS(DataSource* ds);
     [[noreturn]] static void readOnly();
+    Iterator memberIterator(const RowLocation& at) const;
+    void forget() const;
 
     VectorOf<DataSource*> m_members;
     int m_curRow;
@@ -176,6 +178,14 @@ private:
         Object* object;
     };
     std::vector<Watched> m_connected;
+    // The member position of the row read last. A walk asks for the rows in order, and a
+    // member that finds a row by counting (a memory source) would otherwise be walked from
+    // its first row at every step. Forgotten at every close and retrieve, which every
+    // change of the members and every event of a member runs: a member changed without its
+    // event is stale here as in every view of it.
+    mutable DataSource* m_cacheDS;
+    mutable int m_cacheRow;
+    mutable Iterator m_cacheIt;
 };
 
 } // namespace DataSourceAPI
