@@ -215,7 +215,9 @@ void LookupDataSource::retrieve()
     for (Iterator it = m_ds->begin(); it != last; ++it) {
         bool match = true;
         for (const Probe& probe : probes) {
-            DataRepresentationWithNulls::getField(m_ds, it, probe.col, field);
+            // Typed in the column's own type: the same bytes as the raw read, and the
+            // direct path of a source that has one.
+            DataRepresentationWithNulls::getField(m_ds, it, probe.col, probe.type, field);
             if (field.isNull) {
                 match = false;
                 break;

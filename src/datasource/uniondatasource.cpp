@@ -2,11 +2,13 @@
 // reads passed to the member, and the following of the members' events and destruction.
 #include <vexapi/datasource/uniondatasource.h>
 
+#include <typeinfo>
+
 namespace DataSourceAPI {
 
 UnionDataSource::UnionDataSource()
     : m_members(50, 50), m_curRow(0), m_created(false), m_retrieved(false), m_cacheDS(nullptr),
-      m_cacheRow(0)
+      m_cacheRow(0), m_cacheStart(0)
 {
 }
 
@@ -21,7 +23,6 @@ DataSource::Iterator UnionDataSource::memberIterator(const RowLocation& at) cons
             return m_cacheIt;
         }
     }
-    m_cacheDS = at.ds;
     m_cacheRow = at.row;
     m_cacheIt = at.ds->row2iterator(at.row);
     return m_cacheIt;
@@ -31,6 +32,7 @@ void UnionDataSource::forget() const
 {
     m_cacheDS = nullptr;
     m_cacheRow = 0;
+    m_cacheStart = 0;
     m_cacheIt = Iterator();
 }
 
@@ -137,10 +139,21 @@ UnionDataSource::RowLocation UnionDataSource::location(int row) const
     // Row 0 (end) and negative rows live nowhere: the walk would answer the first member.
     if (row < 1)
         return RowLocation{nullptr, 0};
+    // The member read last answers without the walk when the row is one of its own.
+    if (m_cacheDS && row > m_cacheStart && row - m_cacheStart <= m_cacheDS->rowCount())
+        return RowLocation{m_cacheDS, row - m_cacheStart};
+    const int asked = row;
     for (DataSource* m : m_members) {
         const int n = m ? m->rowCount() : 0;
-        if (row <= n)
+        if (row <= n) {
+            if (m_cacheDS != m || m_cacheStart != asked - row) {
+                m_cacheDS = m;
+                m_cacheStart = asked - row;
+                m_cacheRow = 0;
+                m_cacheIt = Iterator();
+            }
             return RowLocation{m, row};
+        }
         row -= n;
     }
     return RowLocation{nullptr, 0};
@@ -198,8 +211,9 @@ bool UnionDataSource::isCalculated(int col) const
 
 int UnionDataSource::row(const Iterator& it) const
 {
-    const RIterator* r = dynamic_cast<const RIterator*>(getIterator(it));
-    return r ? r->m_row : 0;
+    // typeid rather than dynamic_cast: this runs at every read of a walk.
+    const IteratorInt* p = getIterator(it);
+    return p && typeid(*p) == typeid(RIterator) ? static_cast<const RIterator*>(p)->m_row : 0;
 }
 
 DataSource::Iterator UnionDataSource::iter(int row) const
@@ -237,6 +251,15 @@ VLong UnionDataSource::realLen(Iterator it, int col, bool* isNull) const
         return 0;
     }
     return at.ds->realLen(memberIterator(at), col, isNull);
+}
+
+bool UnionDataSource::getField(Iterator it, int col, void* buf, int bufLen, Type type,
+                               bool* isNull, VLong* realLen) const
+{
+    const RowLocation at = location(it);
+    if (!at.ds || col < 1 || col > at.ds->colCount())
+        return true;
+    return at.ds->getField(memberIterator(at), col, buf, bufLen, type, isNull, realLen);
 }
 
 void UnionDataSource::getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,

@@ -114,6 +114,10 @@ public:
 
     // ---- Fields, read in the member ----
     VLong realLen(Iterator it, int col, bool* isNull) const override;
+    // A typed read converts from the member's own column type (the same as member 0's when
+    // the members agree, as they should); a missing field answers true, outputs untouched.
+    bool getField(Iterator it, int col, void* buf, int bufLen, Type type, bool* isNull,
+                  VLong* realLen) const override;
     void getField(Iterator it, int col, void* buf, int bufLen, bool* isNull,
                   VLong* realLen) const override;
     bool getNull(Iterator it, int col) const override;
@@ -185,6 +189,7 @@ private:
     // event is stale here as in every view of it.
     mutable DataSource* m_cacheDS;
     mutable int m_cacheRow;
+    mutable int m_cacheStart; // the union row before the cached member's first
     mutable Iterator m_cacheIt;
 };
 
