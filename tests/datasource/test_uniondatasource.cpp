@@ -117,6 +117,21 @@ TEST(Union, ColumnsAreTheFirstMembersAndMissingFieldsReadNothing)
     EXPECT_TRUE(u.getNull(u.iter(2), 3));
     EXPECT_EQ(u.realLen(u.iter(2), 3, &isNull), 0);
     EXPECT_TRUE(isNull);
+    // A typed read of a missing field: done, nothing written.
+    bool ok = false;
+    isNull = false;
+    EXPECT_EQ(u.getFieldInt(u.iter(2), 3, &isNull, &ok), 0);
+    EXPECT_TRUE(ok);
+    EXPECT_FALSE(isNull);
+    // A typed read converts from the member's own type: a text "12" reads as 12.
+    MemoryDataSource texts;
+    texts.addCol(DataSource::ColInfo(WSTR("id"), tText, 16));
+    texts.initColumns();
+    const WString twelve = W("12");
+    texts.setField(texts.insertRow(texts.end()), 1, twelve.c_str(), 6, tText, false);
+    u.rdsAdd(&texts);
+    EXPECT_EQ(u.getFieldInt(u.iter(3), 1), 12);
+    u.rdsRemove(2);
     // Past the end and on end(): nothing.
     u.getField(u.iter(3), 1, &out, 4, &isNull, nullptr);
     u.getField(u.end(), 1, &out, 4, &isNull, nullptr);
