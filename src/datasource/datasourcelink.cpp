@@ -178,4 +178,17 @@ void DataSourceLink::detach(DataSource* sec)
         sec->m_links.remove(i);
 }
 
+int DataSourceLink::checkInvariants() const
+{
+    if (m_sec) {
+        int listed = 0;
+        for (int i = 0; i < m_sec->linkCount(); ++i)
+            if (m_sec->link(i) == this)
+                ++listed;
+        if (listed != 1)
+            return 1;
+    }
+    return 0;
+}
+
 } // namespace DataSourceAPI

@@ -85,6 +85,49 @@ inline std::vector<unsigned char> valueOf(Type type, const std::string& text)
     }
 }
 
+// A memory source of "id" (tInt), "name" (tText, 40 bytes) and "grp" (tInt).
+class PeopleTable : public MemoryDataSource {
+public:
+    PeopleTable()
+    {
+        addCol(ColInfo(WSTR("id"), tInt, 4));
+        addCol(ColInfo(WSTR("name"), tText, 40));
+        addCol(ColInfo(WSTR("grp"), tInt, 4));
+        initColumns();
+    }
+    // A null `name` writes a null. Before `before` (1-based), or at the end for 0.
+    Iterator addRow(int id, const char* name, int grp, int before = 0)
+    {
+        Iterator it = insertRow(before > 0 ? row2iterator(before) : end());
+        setFieldInt(it, 1, id);
+        if (name) {
+            const WString w = W(name);
+            setField(it, 2, w.c_str(), int((w.size() + 1) * sizeof(WChar)), tText, false);
+        } else {
+            setNull(it, 2, true);
+        }
+        setFieldInt(it, 3, grp);
+        return it;
+    }
+};
+
+// The ints of column `col` of every row, walked from begin to end.
+inline std::vector<int> column(const DataSource& ds, int col = 1)
+{
+    std::vector<int> out;
+    const DataSource::Iterator last = ds.end();
+    for (DataSource::Iterator it = ds.begin(); it != last; ++it)
+        out.push_back(int(ds.getFieldInt(it, col)));
+    return out;
+}
+
+inline std::string textAt(const DataSource& ds, DataSource::Iterator it, int col)
+{
+    WChar buf[64] = {0};
+    ds.getFieldText(it, col, buf, int(sizeof buf));
+    return narrow(buf);
+}
+
 inline const char* typeName(Type t)
 {
     static const char* names[] = {"None", "Int", "Small", "Char", "Text", "Real",

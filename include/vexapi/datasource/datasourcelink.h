@@ -16,10 +16,13 @@ namespace DataSourceAPI {
 // does nothing. The secondary lists the link (DataSource::link) and, through the seven
 // subscriptions made here, hears every change event of the primary in its onPri... slots.
 //
-// Invariants:
-//  1. While `sec` is set, the link stands once in sec's link array and sec's slots are
-//     subscribed to pri's seven events (when pri is set).
-//  2. Pairs are indexed from 0; names compare exactly.
+// Pairs are indexed from 0; names compare exactly. A link can outlive both sources and be
+// reset again; it is the application's, and a source only lists the links it is secondary of.
+//
+// Invariants (checkInvariants() gives the number of the first one broken):
+//  1. While `sec` is set, the link stands exactly once in sec's link array.
+//  2. While both are set, sec's slots are subscribed to pri's seven events (not checked
+//     by checkInvariants: the object model has no query for it; tests send the events).
 class VEXAPI_API DataSourceLink : public virtual Object {
 public:
     DataSourceLink(DataSource* pri = nullptr, DataSource* sec = nullptr);
@@ -48,6 +51,9 @@ public:
 
     DataSource* priDS() const { return m_pri; }
     DataSource* secDS() const { return m_sec; }
+
+    // 0 when every invariant holds, else the number of the first one broken.
+    int checkInvariants() const;
 
 private:
     struct ColPair {
