@@ -47,22 +47,18 @@ void LowMemoryDS::initColumns()
 {
     reset(0);
     const int cols = colCount();
-    int size = round8(int(sizeof(LowMemoryRecord)) + cols / 8 + 1);
-    for (Col& c : m_cols) {
-        if (c.type != tChar && c.type != tText && c.type != tByte)
-            c.len = sizeOf(c.type, c.len);
-        c.offset = size;
-        size += round8(slotSize(c.type, c.len));
-    }
-    m_sizeOfRecord = size;
-    size = 0;
-    for (OrgCol& c : m_orgCols) {
-        if (c.type != tChar && c.type != tText && c.type != tByte)
-            c.len = sizeOf(c.type, c.len);
-        c.offset = size;
-        size += round8(slotSize(c.type, c.len));
-    }
-    m_sizeOfRecord1 = size;
+    // Both value blocks are laid out alike: lengths normalised, each slot 8-aligned.
+    auto layOut = [](auto& columns, int size) {
+        for (auto& c : columns) {
+            if (c.type != tChar && c.type != tText && c.type != tByte)
+                c.len = sizeOf(c.type, c.len);
+            c.offset = size;
+            size += round8(slotSize(c.type, c.len));
+        }
+        return size;
+    };
+    m_sizeOfRecord = layOut(m_cols, round8(int(sizeof(LowMemoryRecord)) + cols / 8 + 1));
+    m_sizeOfRecord1 = layOut(m_orgCols, 0);
     m_journalSize = round8(m_sizeOfRecord1 + 4);
 }
 

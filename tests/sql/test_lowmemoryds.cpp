@@ -225,29 +225,6 @@ TEST(LowMemoryDSTest, CalculatedValueComputedWhenStale)
     EXPECT_EQ(ds.checkInvariants(), 0);
 }
 
-// The write a database source does: journal each changed row and deleted record with its
-// new cursor row and originals, optionally failing after `failAfter` rows.
-bool writeChanges(StubDS& ds, int failAfter)
-{
-    int written = 0;
-    LowMemoryDS::Iterator it = ds.end();
-    for (ds.nextChangedRow(it); it != ds.end(); ds.nextChangedRow(it)) {
-        if (written++ == failAfter)
-            return false;
-        ds.lock(it, 0);
-        ds.journalChangeInfo(it, true);
-        ds.journalSetDbRow(it, ds.getDBRow(it));
-        writeInt(ds.journalAccessOrgField(it, 1), readInt(ds(it, StubDS::colId)));
-        ds.unlock(it);
-    }
-    for (int i = 1; i <= ds.delCount(); ++i) {
-        if (written++ == failAfter)
-            return false;
-        ds.journalChangeDeletedInfo(i, true);
-    }
-    return true;
-}
-
 TEST(LowMemoryDSTest, FailedWriteRollsBackToTheSameChanges)
 {
     for (int failAfter : {0, 1, 2}) { // two rows and a deleted record to write

@@ -33,26 +33,7 @@ public:
     }
 
     // Journals the changes as a database source would; false when it stops after `failAfter`.
-    bool write(int failAfter)
-    {
-        int written = 0;
-        LowMemoryDS::Iterator it = ds.end();
-        for (ds.nextChangedRow(it); it != ds.end(); ds.nextChangedRow(it)) {
-            if (written++ == failAfter)
-                return false;
-            ds.lock(it, 0);
-            ds.journalChangeInfo(it, true);
-            ds.journalSetDbRow(it, ds.getDBRow(it));
-            writeInt(ds.journalAccessOrgField(it, 1), readInt(ds(it, StubDS::colId)));
-            ds.unlock(it);
-        }
-        for (int i = 1; i <= ds.delCount(); ++i) {
-            if (written++ == failAfter)
-                return false;
-            ds.journalChangeDeletedInfo(i, true);
-        }
-        return true;
-    }
+    bool write(int failAfter) { return writeChanges(ds, failAfter); }
 
     void commitModel()
     {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexapi/datasource/datasource.h>
+#include <vexapi/datasource/rownumberiterator.h>
 
 #include <vexapi/core/api.h>
 #include <vexapi/core/wcharstring.h>
@@ -29,23 +30,8 @@ namespace DataSourceAPI {
 //  4. Every row is a position of `ds` other than its end().
 class VEXAPI_API LookupDataSource : public virtual DataSource {
 public:
-    // A row number within the view and the row count when it was made; end() is 0. A
-    // step past the last row lands on end(), and one back from end() on the last row, so
-    // that a walk from begin() to end() ends (a bare row number would run on for ever).
-    class VEXAPI_API RIterator : public IteratorInt {
-    public:
-        RIterator(int row, int count) : m_row(row), m_count(count) {}
-        IteratorInt* clone() const override { return new RIterator(m_row, m_count); }
-        bool operator==(const IteratorInt& other) const override
-        {
-            return m_row == static_cast<const RIterator&>(other).m_row;
-        }
-        void operator++(int) override { m_row = m_row >= m_count || m_row < 0 ? 0 : m_row + 1; }
-        void operator--(int) override { m_row = m_row <= 0 || m_row > m_count ? (m_row == 0 ? m_count : 0) : m_row - 1; }
-
-        int m_row;
-        int m_count;
-    };
+    // A position: a row number of the view (see RowNumberIterator).
+    typedef RowNumberIterator RIterator;
 
     // What every write raises: the view is read-only. Its message is empty.
     class VEXAPI_API Error : public DataSource::Error {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexapi/datasource/datasource.h>
+#include <vexapi/datasource/rownumberiterator.h>
 
 #include <vexapi/core/api.h>
 #include <vexapi/core/vectorof.h>
@@ -32,23 +33,8 @@ public:
         int row;
     };
 
-    // A row number of the union and the row count when it was made; end() is row 0. A
-    // step past the last row lands on end(), and one back from end() on the last row, so
-    // that a walk from begin() to end() ends (a bare row number would run on for ever).
-    class VEXAPI_API RIterator : public IteratorInt {
-    public:
-        RIterator(int row, int count) : m_row(row), m_count(count) {}
-        IteratorInt* clone() const override { return new RIterator(m_row, m_count); }
-        bool operator==(const IteratorInt& other) const override
-        {
-            return m_row == static_cast<const RIterator&>(other).m_row;
-        }
-        void operator++(int) override { m_row = m_row >= m_count || m_row < 0 ? 0 : m_row + 1; }
-        void operator--(int) override { m_row = m_row <= 0 || m_row > m_count ? (m_row == 0 ? m_count : 0) : m_row - 1; }
-
-        int m_row;
-        int m_count;
-    };
+    // A position: a row number of the view (see RowNumberIterator).
+    typedef RowNumberIterator RIterator;
 
     // What every write raises. Its message is empty: a caller must not count on a text.
     class VEXAPI_API Error : public DataSource::Error {
