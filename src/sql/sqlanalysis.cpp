@@ -5,6 +5,7 @@
 #include <vexapi/core/wtext.h>
 
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace DataSourceAPI {
@@ -144,7 +145,8 @@ int keywordOf(const WChar* text, int n)
 } // namespace
 
 SQLScanner::SQLScanner(const WChar* text, int length)
-    : m_begin(text), m_p(text), m_end(text + length), m_token(tkEnd), m_start(0), m_length(0)
+    : m_begin(text), m_p(text), m_end(text + length), m_token(tkEnd), m_start(0), m_length(0),
+      m_failure(sqlParseOk), m_failureOffset(0)
 {
     m_text[0] = 0;
 }
@@ -170,11 +172,24 @@ void SQLScanner::skipBlank()
 }
 
 // Appends to the token's text; the buffer's size is the one limit of a token.
-void SQLScanner::put(WChar c)
+bool SQLScanner::put(WChar c)
 {
     if (m_length >= sqlMaxTokenLength)
-        throw SQLParseError{sqlParseTokenTooLong, m_start};
+        return false;
     m_text[m_length++] = c;
+    return true;
+}
+
+// Ends the scan at the current token: the rest of the text is not read.
+int SQLScanner::fault(SQLParseFailure failure)
+{
+    if (m_failure == sqlParseOk) {
+        m_failure = failure;
+        m_failureOffset = m_start;
+    }
+    m_p = m_end;
+    m_length = 0;
+    return tkEnd;
 }
 
 int SQLScanner::word()
@@ -184,7 +199,7 @@ int SQLScanner::word()
         ++m_p;
     const int n = int(m_p - start);
     if (n > sqlMaxTokenLength)
-        throw SQLParseError{sqlParseTokenTooLong, m_start};
+        return fault(sqlParseTokenTooLong);
     const int keyword = keywordOf(start, n);
     if (keyword < 0)
         return -1;
@@ -252,41 +267,43 @@ int SQLScanner::scan()
         m_text[m_length++] = c;
         return tkOperator;
     case ';':
-        ++m_p;
-        skipBlank();
         // The statement ends here; what follows is another statement or nothing.
         m_p = m_end;
         return tkEnd;
     case '"':
         ++m_p;
         while (m_p < m_end && *m_p != '"')
-            put(*m_p++);
+            if (!put(*m_p++))
+                return fault(sqlParseTokenTooLong);
         if (m_p >= m_end)
-            throw SQLParseError{sqlParseUnterminated, m_start};
+            return fault(sqlParseUnterminated);
         ++m_p;
         return tkName;
     case '\'':
         ++m_p;
         for (;;) {
             if (m_p >= m_end)
-                throw SQLParseError{sqlParseUnterminated, m_start};
+                return fault(sqlParseUnterminated);
             if (*m_p == '\'') {
                 if (m_p + 1 < m_end && m_p[1] == '\'') {
-                    put('\'');
+                    if (!put('\''))
+                        return fault(sqlParseTokenTooLong);
                     m_p += 2;
                     continue;
                 }
                 ++m_p;
                 return tkLiteral;
             }
-            put(*m_p++);
+            if (!put(*m_p++))
+                return fault(sqlParseTokenTooLong);
         }
     default:
         break;
     }
     if (isDigit(c)) {
         while (m_p < m_end && isDigit(*m_p))
-            put(*m_p++);
+            if (!put(*m_p++))
+                return fault(sqlParseTokenTooLong);
         return tkLiteral;
     }
     if (startsWord(c))
@@ -307,42 +324,63 @@ using namespace detail;
 // build nothing.
 class Parser {
 public:
-    explicit Parser(SQLScanner& scanner) : m_s(scanner), m_depth(0) {}
+    explicit Parser(SQLScanner& scanner)
+        : m_s(scanner), m_depth(0), m_failure(sqlParseOk), m_failureOffset(0)
+    {
+    }
 
-    void query(SQLQueryDesc* desc);
+    // Each rule answers false on a violation, with the reason noted; the callers pass the
+    // false up at once.
+    bool query(SQLQueryDesc* desc);
+
+    SQLParseFailure failure() const { return m_failure; }
+    int failureOffset() const { return m_failureOffset; }
 
 private:
     // Guards the recursion: a text nested deeper than sqlMaxNesting fails instead of
     // exhausting the stack.
     class Level {
     public:
-        explicit Level(Parser& p) : m_p(p)
+        explicit Level(Parser& p) : m_p(p), m_ok(++p.m_depth <= sqlMaxNesting)
         {
-            if (++m_p.m_depth > sqlMaxNesting)
-                throw SQLParseError{sqlParseTooDeep, m_p.m_s.offset()};
+            if (!m_ok)
+                p.note(sqlParseTooDeep);
         }
         ~Level() { --m_p.m_depth; }
+        bool ok() const { return m_ok; }
 
     private:
         Parser& m_p;
+        bool m_ok;
     };
 
-    [[noreturn]] void fail() { throw SQLParseError{sqlParseSyntax, m_s.offset()}; }
-    void expect(int token)
+    bool note(SQLParseFailure failure)
+    {
+        if (m_failure == sqlParseOk) {
+            m_failure = failure;
+            m_failureOffset = m_s.offset();
+        }
+        return false;
+    }
+    bool fail() { return note(sqlParseSyntax); }
+    bool expect(int token)
     {
         if (m_s.token() != token)
-            fail();
+            return fail();
         m_s.next();
+        return true;
     }
     int tok() const { return m_s.token(); }
 
-    void member(SQLQueryDesc* desc);
-    void resultColumn(SQLQueryDesc* desc);
-    void table(SQLQueryDesc* desc);
-    void expression(SQLNamePath* path, bool& simple);
-    void term(SQLNamePath* path, bool& simple);
-    void namePath(SQLNamePath* path, bool star);
-    void typeName();
+    bool member(SQLQueryDesc* desc);
+    bool resultColumn(SQLQueryDesc* desc);
+    bool alias(SQLNamePath* alias);
+    bool table(SQLQueryDesc* desc);
+    bool expression(SQLNamePath* path, bool& simple);
+    bool term(SQLNamePath* path, bool& simple);
+    bool arguments();
+    bool namePath(SQLNamePath* path, bool star);
+    bool typeName();
     void take(SQLNamePath* path)
     {
         if (path)
@@ -351,217 +389,235 @@ private:
 
     SQLScanner& m_s;
     int m_depth;
+    SQLParseFailure m_failure;
+    int m_failureOffset;
 };
 
 // query: member { UNION member }. The later members are read and dropped.
-void Parser::query(SQLQueryDesc* desc)
+bool Parser::query(SQLQueryDesc* desc)
 {
     Level level(*this);
-    member(desc);
+    if (!level.ok() || !member(desc))
+        return false;
     while (tok() == tkUnion) {
         m_s.next();
-        member(nullptr);
+        if (!member(nullptr))
+            return false;
     }
+    return true;
 }
 
 // member: "(" ... SELECT column { "," column } FROM table { ("," | JOIN) table }
-//         [ clause { clause } ]. A clause is WHERE, HAVING or ORDER with one expression; the
-//         first token that continues nothing ends the member without error.
-void Parser::member(SQLQueryDesc* desc)
+//         { clause }. A clause is WHERE, HAVING or ORDER with one expression; the first
+//         token that continues nothing ends the member without error.
+bool Parser::member(SQLQueryDesc* desc)
 {
     if (desc)
         desc->clear();
     while (tok() == tkOpen)
         m_s.next();
-    expect(tkSelect);
+    if (!expect(tkSelect))
+        return false;
     for (;;) {
-        resultColumn(desc);
+        if (!resultColumn(desc))
+            return false;
         if (tok() == tkFrom) {
             m_s.next();
             break;
         }
         if (tok() != tkComma)
-            fail();
+            return fail();
         m_s.next();
     }
     for (;;) {
-        table(desc);
-        if (tok() == tkComma || tok() == tkJoin) {
-            m_s.next();
-            continue;
-        }
-        break;
+        if (!table(desc))
+            return false;
+        if (tok() != tkComma && tok() != tkJoin)
+            break;
+        m_s.next();
     }
     while (tok() == tkClause) {
         m_s.next();
         bool simple = true;
-        expression(nullptr, simple);
+        if (!expression(nullptr, simple))
+            return false;
     }
+    return true;
 }
 
-void Parser::resultColumn(SQLQueryDesc* desc)
+// A column's alias: AS name, or a bare name.
+bool Parser::alias(SQLNamePath* alias)
 {
-    SQLQueryDesc::Column column;
-    SQLQueryDesc::Column* c = desc ? &column : nullptr;
-    bool simple = true;
-    expression(c ? &c->path : nullptr, simple);
     if (tok() == tkAs) {
         m_s.next();
         if (tok() != tkName)
-            fail();
-        take(c ? &c->alias : nullptr);
-        m_s.next();
-    } else if (tok() == tkName) {
-        take(c ? &c->alias : nullptr);
-        m_s.next();
+            return fail();
+    } else if (tok() != tkName) {
+        return true;
     }
-    if (c) {
-        c->simple = simple;
-        if (!simple)
-            c->path.clear();
-        desc->columns.add(std::move(column));
-    }
+    take(alias);
+    m_s.next();
+    return true;
 }
 
-void Parser::table(SQLQueryDesc* desc)
+bool Parser::resultColumn(SQLQueryDesc* desc)
 {
-    SQLQueryDesc::Table table;
-    SQLQueryDesc::Table* t = desc ? &table : nullptr;
+    bool simple = true;
+    if (!desc) {
+        // Read and dropped: nothing is built.
+        return expression(nullptr, simple) && alias(nullptr);
+    }
+    SQLQueryDesc::Column c;
+    if (!expression(&c.path, simple) || !alias(&c.alias))
+        return false;
+    c.simple = simple;
+    if (!simple)
+        c.path.clear();
+    desc->columns.add(std::move(c));
+    return true;
+}
+
+// table: "(" query ")" or a table path; then AS and a table path, or a bare name, as alias.
+bool Parser::table(SQLQueryDesc* desc)
+{
+    // Built only when kept: the tables of dropped queries cost nothing.
+    std::optional<SQLQueryDesc::Table> table;
+    if (desc)
+        table.emplace();
+    SQLQueryDesc::Table* t = desc ? &*table : nullptr;
     if (tok() == tkOpen) {
         m_s.next();
         if (t) {
             t->isSubquery = true;
             t->subquery.reset(new SQLQueryDesc);
         }
-        query(t ? t->subquery.get() : nullptr);
-        expect(tkClose);
-    } else {
-        namePath(t ? &t->path : nullptr, false);
+        if (!query(t ? t->subquery.get() : nullptr) || !expect(tkClose))
+            return false;
+    } else if (!namePath(t ? &t->path : nullptr, false)) {
+        return false;
     }
     if (tok() == tkAs) {
         m_s.next();
-        namePath(t ? &t->alias : nullptr, false);
+        if (!namePath(t ? &t->alias : nullptr, false))
+            return false;
     } else if (tok() == tkName) {
         take(t ? &t->alias : nullptr);
         m_s.next();
     }
     if (t)
-        desc->tables.add(std::move(table));
+        desc->tables.add(std::move(*table));
+    return true;
 }
 
 // expression: a nested query, or term { operator term }. Only a lone term can be simple.
-void Parser::expression(SQLNamePath* path, bool& simple)
+bool Parser::expression(SQLNamePath* path, bool& simple)
 {
     Level level(*this);
+    if (!level.ok())
+        return false;
     if (tok() == tkSelect) {
-        query(nullptr);
         simple = false;
-        return;
+        return query(nullptr);
     }
-    term(path, simple);
+    if (!term(path, simple))
+        return false;
     while (tok() == tkOperator) {
         m_s.next();
         bool other = true;
-        term(nullptr, other);
+        if (!term(nullptr, other))
+            return false;
         simple = false;
     }
+    return true;
 }
 
-void Parser::term(SQLNamePath* path, bool& simple)
+bool Parser::term(SQLNamePath* path, bool& simple)
 {
     Level level(*this);
+    if (!level.ok())
+        return false;
     switch (tok()) {
     case tkCast: {
         // CAST ( expression AS type ): the parentheses as SQL writes them, a type with its
         // own arguments ("varchar(10)") as a function name.
         m_s.next();
+        simple = false;
         const bool open = tok() == tkOpen;
         if (open)
             m_s.next();
         bool inner = true;
-        expression(nullptr, inner);
-        expect(tkAs);
-        typeName();
-        if (open)
-            expect(tkClose);
-        simple = false;
-        return;
+        if (!expression(nullptr, inner) || !expect(tkAs) || !typeName())
+            return false;
+        return !open || expect(tkClose);
     }
     case tkLiteral:
         m_s.next();
         simple = false;
-        return;
+        return true;
     case tkFunction:
         m_s.next();
-        expect(tkOpen);
-        if (tok() != tkClose) {
-            for (;;) {
-                bool arg = true;
-                expression(nullptr, arg);
-                if (tok() != tkComma)
-                    break;
-                m_s.next();
-            }
-        }
-        expect(tkClose);
         simple = false;
-        return;
+        return arguments();
     case tkOperator:
-        if (m_s.isStar()) {
-            namePath(path, true);
-            return;
-        }
+        if (m_s.isStar())
+            return namePath(path, true);
         m_s.next();
+        simple = false;
         {
             bool operand = true;
-            term(nullptr, operand);
+            return term(nullptr, operand);
         }
-        simple = false;
-        return;
     case tkOpen:
         m_s.next();
-        expression(path, simple);
-        expect(tkClose);
-        return;
+        return expression(path, simple) && expect(tkClose);
     default:
-        namePath(path, true);
-        return;
+        return namePath(path, true);
     }
 }
 
+// "(" [ expression { "," expression } ] ")", after a function's name.
+bool Parser::arguments()
+{
+    if (!expect(tkOpen))
+        return false;
+    if (tok() != tkClose) {
+        for (;;) {
+            bool arg = true;
+            if (!expression(nullptr, arg))
+                return false;
+            if (tok() != tkComma)
+                break;
+            m_s.next();
+        }
+    }
+    return expect(tkClose);
+}
+
 // A name path: name { "." name }; with `star`, "*" is a name too.
-void Parser::namePath(SQLNamePath* path, bool star)
+bool Parser::namePath(SQLNamePath* path, bool star)
 {
     for (;;) {
         if (!(tok() == tkName || (star && m_s.isStar())))
-            fail();
+            return fail();
         take(path);
         m_s.next();
         if (tok() != tkDot)
-            return;
+            return true;
         m_s.next();
     }
 }
 
 // The type of a CAST: a name, or a name with arguments ("numeric(10, 2)").
-void Parser::typeName()
+bool Parser::typeName()
 {
     if (tok() == tkName) {
         m_s.next();
-        return;
+        return true;
     }
     if (tok() != tkFunction)
-        fail();
+        return fail();
     m_s.next();
-    expect(tkOpen);
-    for (;;) {
-        bool arg = true;
-        expression(nullptr, arg);
-        if (tok() != tkComma)
-            break;
-        m_s.next();
-    }
-    expect(tkClose);
+    return arguments();
 }
 
 // The length of `text` when it is at most `limit` characters, else limit + 1.
@@ -595,11 +651,19 @@ bool parseSelect(const WChar* text, SQLQueryDesc& desc)
         // the caller keep their stack.
         std::unique_ptr<SQLScanner> scanner(new SQLScanner(text, length));
         scanner->next();
-        Parser(*scanner).query(&desc);
-        return true;
-    } catch (const SQLParseError& e) {
-        desc.m_failure = e.failure;
-        desc.m_failureOffset = e.offset;
+        Parser parser(*scanner);
+        const bool ok = parser.query(&desc);
+        // A fault of the scanner ends the text early; it decides even where the parser
+        // took that end for the end of the statement.
+        if (scanner->failure() != sqlParseOk) {
+            desc.m_failure = scanner->failure();
+            desc.m_failureOffset = scanner->failureOffset();
+        } else if (!ok) {
+            desc.m_failure = parser.failure();
+            desc.m_failureOffset = parser.failureOffset();
+        } else {
+            return true;
+        }
     } catch (const std::bad_alloc&) {
         desc.m_failure = sqlParseOutOfMemory;
     }

@@ -9,12 +9,6 @@
 namespace DataSourceAPI {
 namespace detail {
 
-// Raised by the scanner and the parser; parseSelect turns it into its false answer.
-struct SQLParseError {
-    SQLParseFailure failure;
-    int offset;
-};
-
 // Token codes. The four punctuation tokens are their own characters.
 enum SQLToken {
     tkEnd = 0,      // end of text, ";", or a character outside the grammar ("<", ">", "?"...)
@@ -48,7 +42,9 @@ enum SQLToken {
 //  - "'" starts a string literal, "''" standing for one quote;
 //  - any other character ends the text (tkEnd).
 // A token longer than sqlMaxTokenLength, or a string or quoted name without its closing
-// quote, raises SQLParseError: the text buffer is never overrun.
+// quote, is a fault: the scan ends there (tkEnd from then on) and failure() says why. The
+// text buffer is never overrun. (Faults are states, not exceptions: the analysis of a text
+// that is no select must cost no more than that of one that is.)
 class SQLScanner {
 public:
     // `text` holds `length` characters (no terminator needed).
@@ -67,10 +63,15 @@ public:
     bool isStar() const { return m_token == tkOperator && m_length == 1 && m_text[0] == '*'; }
     // Character offset of the token's start.
     int offset() const { return m_start; }
+    // sqlParseOk, or the fault that ended the scan and where it began.
+    SQLParseFailure failure() const { return m_failure; }
+    int failureOffset() const { return m_failureOffset; }
 
 private:
     void skipBlank();
-    void put(WChar c);
+    // False, with the fault noted, when the token's text is full.
+    bool put(WChar c);
+    int fault(SQLParseFailure failure);
     // The token at the position, or -1 for a word skipped like a blank.
     int scan();
     int word();
@@ -81,6 +82,8 @@ private:
     int m_token;
     int m_start;
     int m_length;
+    SQLParseFailure m_failure;
+    int m_failureOffset;
     WChar m_text[sqlMaxTokenLength + 1];
 };
 
