@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
+#include <vector>
 
 using namespace DataSourceAPI;
 using sqltest::describe;
@@ -241,6 +243,32 @@ TEST(SQLAnalysisTest, DescriptionsCopyDeep)
     assigned = copy;
     copy.tables[0].subquery->clear();
     EXPECT_EQ(describe(assigned), "A FROM (B FROM (C FROM V) AS X) AS Y");
+}
+
+TEST(SQLAnalysisTest, AnalysesOnSeveralThreadsAtOnce)
+{
+    // Each call keeps its own scanner state: threads analysing at once don't mix tokens.
+    const Case cases[] = {
+        {"SELECT a AS x, b FROM t1", "A AS X, B FROM T1"},
+        {"SELECT \"Quoted\", count(*) n FROM s.t2 y", "Quoted, ? AS N FROM S.T2 AS Y"},
+        {"SELECT p.q.r FROM (SELECT z FROM w) v", "P.Q.R FROM (Z FROM W) AS V"},
+        {"SELECT * FROM t3 WHERE a < 1", "* FROM T3"},
+    };
+    std::vector<std::string> wrong(4);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t]() {
+            const WString text = W(cases[t].text);
+            for (int i = 0; i < 2000 && wrong[std::size_t(t)].empty(); ++i) {
+                SQLQueryDesc d;
+                if (!parseSelect(text.c_str(), d) || describe(d) != cases[t].expected)
+                    wrong[std::size_t(t)] = describe(d);
+            }
+        });
+    for (std::thread& th : threads)
+        th.join();
+    for (int t = 0; t < 4; ++t)
+        EXPECT_EQ(wrong[std::size_t(t)], "") << cases[t].text;
 }
 
 // ---- The scanner ----
