@@ -573,6 +573,7 @@ void OrvaneDataStore::create(unsigned short connection, const WChar* select)
                 ci.tableName = trimmedName(d.table, t_ParamDesc::NameSize);
                 ci.realColName = trimmedName(d.column, t_ParamDesc::NameSize);
                 const WString alias = trimmedName(d.alias, int(sizeof d.alias));
+                const WString serverOwner = ci.ownerName;
                 if (m_ignoreOwner)
                     ci.ownerName.clear();
                 ci.isRowid = sameNoCase(ci.realColName, u16("ROWID"));
@@ -580,7 +581,7 @@ void OrvaneDataStore::create(unsigned short connection, const WChar* select)
                 sum += d.length;
 
                 const WChar dot = '.';
-                ci.fullColName = ci.ownerName;
+                ci.fullColName = serverOwner;
                 if (!ci.fullColName.empty())
                     ci.fullColName += dot;
                 ci.fullColName += ci.tableName;
