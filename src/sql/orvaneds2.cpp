@@ -608,6 +608,19 @@ void OrvaneDS::updateUpdated()
         throw OrvaneDSError(OrvaneDSError::badMainTable);
     Prepared statements(m_connect);
     const WString cursor = wideFromUtf8(cursorName().c_str());
+    if (m_writer == 0)
+        m_writer.create(m_connect, m_connect.mode(), (cursorName() + "W").c_str());
+    // The batch rule: from four rows on, the rows go through one prepared statement for
+    // each set of changed columns instead of a text each.
+    int pending = 0;
+    {
+        Iterator p = end();
+        for (nextModifiedRow(p); p != end(); nextModifiedRow(p))
+            pending += !journalIsInfo(p);
+    }
+    const bool batch = pending >= 4;
+    std::map<std::vector<int>, OrvStatement*> bySet;
+    ParamBlocks shared(batch ? int(work.size() + keys.size()) : 0);
 
     Iterator it = end();
     for (nextModifiedRow(it); it != end(); nextModifiedRow(it)) {
@@ -650,7 +663,45 @@ void OrvaneDS::updateUpdated()
             }
         };
 
-        if (plain) {
+        if (plain && batch) {
+            std::vector<int> set;
+            for (int c : work)
+                if (this->col(c)->type != tBlob && getModify(it, c))
+                    set.push_back(c);
+            // One statement for each set of changed columns, made on its first row.
+            OrvStatement*& statement = bySet[set];
+            if (!statement) {
+                sqlw::Text text;
+                sqlw::put(text, "update ");
+                putFullName(text, dbTable(t).name.c_str(), quote().c_str());
+                sqlw::put(text, " set ");
+                for (std::size_t i = 0; i < set.size(); ++i) {
+                    if (i)
+                        sqlw::put(text, ",");
+                    putColName(text, dbCol(this->col(set[i])->dbCol).realColName.c_str(), quote().c_str());
+                    sqlw::put(text, "=?");
+                }
+                ParamBlocks none(int(keys.size()));
+                BindMap unused;
+                where(text, true, &unused, &none, 0);
+                statement = &statements.get(text.utf8());
+            }
+            BindMap map;
+            for (std::size_t i = 0; i < set.size(); ++i) {
+                const Col* col = this->col(set[i]);
+                const DBColInfo& d = dbCol(col->dbCol);
+                bindValue(map, shared, int(i), short(i + 1), (*this)(it, set[i]), col->len, d.fetchType, d.precision,
+                          d.scale);
+            }
+            if (byKeyMode) {
+                sqlw::Text ignored;
+                where(ignored, true, &map, &shared, int(set.size()));
+            }
+            m_writer.execute(*statement, &map, handler());
+            wait();
+            if (byKeyMode && m_writer.rowCount() == 0)
+                throw OrvaneDSError(OrvaneDSError::notInTable);
+        } else if (plain) {
             sqlw::Text text;
             sqlw::put(text, "update ");
             putFullName(text, dbTable(t).name.c_str(), quote().c_str());

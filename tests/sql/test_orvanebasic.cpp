@@ -310,15 +310,18 @@ TEST(OrvaneBatch, PreparedStatementsFromFourRowsOn)
         const char* what;
         OrvaneDS::UpdateMode mode;
         const char* table;
-        int inserts, deletes;
+        int inserts, deletes, updates;
         VLong prepares;
     } cases[] = {
-        {"three inserts", OrvaneDS::currentOf, "items", 3, 0, 0},
-        {"four inserts", OrvaneDS::currentOf, "items", 4, 0, 1},
-        {"three deletes through the cursor", OrvaneDS::currentOf, "items", 0, 3, 0},
-        {"four deletes through the cursor", OrvaneDS::currentOf, "items", 0, 4, 1},
-        {"four deletes by a single integer key", OrvaneDS::byKey, "items", 0, 4, 0},
-        {"four deletes by a text key", OrvaneDS::byKey, "named", 0, 4, 1},
+        {"three inserts", OrvaneDS::currentOf, "items", 3, 0, 0, 0},
+        {"four inserts", OrvaneDS::currentOf, "items", 4, 0, 0, 1},
+        {"three deletes through the cursor", OrvaneDS::currentOf, "items", 0, 3, 0, 0},
+        {"four deletes through the cursor", OrvaneDS::currentOf, "items", 0, 4, 0, 1},
+        {"four deletes by a single integer key", OrvaneDS::byKey, "items", 0, 4, 0, 0},
+        {"four deletes by a text key", OrvaneDS::byKey, "named", 0, 4, 0, 1},
+        {"three updates by key", OrvaneDS::byKey, "items", 0, 0, 3, 0},
+        {"four updates by key", OrvaneDS::byKey, "items", 0, 0, 4, 1},
+        {"four updates through the cursor", OrvaneDS::currentOf, "items", 0, 0, 4, 1},
     };
     for (const Case& k : cases) {
         SCOPED_TRACE(k.what);
@@ -336,6 +339,8 @@ TEST(OrvaneBatch, PreparedStatementsFromFourRowsOn)
             setText(ds, ds.insertRow(ds.end()), 2, "new");
         for (int i = 0; i < k.deletes; ++i)
             ds.deleteRow(ds.row2iterator(2));
+        for (int i = 0; i < k.updates; ++i)
+            setInt(ds, ds.row2iterator(1 + i), 3, 1000 + i);
         FaultInjection::arm(1000000, OrvX::client(OrvCPP::orvapiServer, "never"), OrvCPP::faultPrepare);
         ds.update();
         const VLong prepares = FaultInjection::calls();
@@ -350,6 +355,10 @@ TEST(OrvaneBatch, PreparedStatementsFromFourRowsOn)
         char nl = 0;
         r.getData(1, OrvCPP::ValueInfo(&n, &nl));
         EXPECT_EQ(n, 10 + k.inserts - k.deletes);
+        r.execute((std::string("select count(*) from ") + k.table + " where qty >= 1000").c_str());
+        r.fetch(OrvCPP::fetchAbsolute, 1);
+        r.getData(1, OrvCPP::ValueInfo(&n, &nl));
+        EXPECT_EQ(n, k.updates);
     }
 }
 
