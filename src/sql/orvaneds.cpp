@@ -713,8 +713,13 @@ const OrvValue& OrvaneDataStore::getColumnData(int row, int col, bool* isNull)
             map.bind(short(c + 1), ValueInfo(short(m_kortDesc.type(c)), v.data(), m_kortDesc.len(c), v.nullFlag,
                                              nullptr, short(ci.precision), short(ci.scale)));
         }
-        const VLong n = m_cursor.multiFetch(row, m_blockRecords, &map, m_kortDesc.sizeOf(), handler());
+        VLong n = m_cursor.multiFetch(row, m_blockRecords, &map, m_kortDesc.sizeOf(), handler());
         wait();
+        if (m_queryMode) {
+            // An asynchronous read answers no count: the block holds what the result has.
+            const VLong left = m_cursor.selectRowCount() - row + 1;
+            n = left < m_blockRecords ? left : m_blockRecords;
+        }
         if (n <= 0)
             throw OrvX::client(orvapiNoRow, "row " + std::to_string(row) + " is not in the result");
         m_blockStart = row;

@@ -4,6 +4,9 @@
 
 #include <vexapi/orvcpp/procedures.h>
 
+#include <condition_variable>
+#include <mutex>
+
 namespace orvanetest {
 namespace {
 
@@ -530,6 +533,69 @@ TEST(OrvaneLife, TerminateWithoutQueryModeLeavesTheCursorAlone)
     EXPECT_EQ(ds.rowCount(), 0);
     ds.close();
     EXPECT_FALSE(ds.isCreated());
+}
+
+} // namespace
+} // namespace orvanetest
+
+namespace orvanetest {
+namespace {
+
+// A query mode that runs each call on the connection's worker and waits for its end.
+class WaitingMode : public OrvaneQueryMode, public OrvCursor::Handler {
+public:
+    OrvCursor::Handler* handler() override { return this; }
+    void complete(short code, VLong) override
+    {
+        std::lock_guard<std::mutex> g(m_mutex);
+        m_done = true;
+        m_code = code;
+        m_cv.notify_all();
+    }
+    void wait() override
+    {
+        std::unique_lock<std::mutex> g(m_mutex);
+        m_cv.wait(g, [this] { return m_done; });
+        m_done = false;
+        ++waits;
+        if (m_code != 0)
+            throw OrvCPP::OrvX::client(m_code, "the call failed");
+    }
+    void terminate() override { ++terminates; }
+    int waits = 0;
+    int terminates = 0;
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_cv;
+    bool m_done = false;
+    short m_code = 0;
+};
+
+TEST(OrvaneLife, AQueryModeCarriesEveryCall)
+{
+    OrvConnect c(nullptr, nullptr, ":memory:");
+    makeItems(c, 500);
+    WaitingMode mode;
+    OrvaneDS ds;
+    ds.setQueryModeOf(&mode);
+    ds.create(c, W("select id, name, qty from items").c_str());
+    ds.setUpdateMode(OrvaneDS::currentOf);
+    ds.retrieve();
+    EXPECT_EQ(ds.rowCount(), 500);
+    EXPECT_EQ(getInt(ds, 1, 1), 1);
+    EXPECT_EQ(getInt(ds, 498, 3), 4980);
+    setInt(ds, ds.row2iterator(498), 3, 7);
+    ds.deleteRow(ds.row2iterator(2));
+    ds.update();
+    ds.commitDB();
+    ds.commitDS();
+    EXPECT_GT(mode.waits, 4);
+    EXPECT_EQ(getInt(ds, 497, 3), 7);
+    EXPECT_EQ(tableItems(c)[496], Item(498, "item498", 7));
+    ds.terminate();
+    EXPECT_EQ(mode.terminates, 1);
+    ds.setQueryModeOf(nullptr);
 }
 
 } // namespace
