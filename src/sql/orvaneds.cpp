@@ -5,6 +5,8 @@
 
 #include "sqlwriter.h"
 
+#include <vexapi/sql/sqlanalysis.h>
+
 #include <vexapi/core/charset.h>
 #include <vexapi/orvcpp/orvapi.h>
 #include <vexapi/values/orvdate.h>
@@ -478,43 +480,16 @@ void OrvaneDataStore::terminate()
 
 bool OrvaneDataStore::analyseSelect(const WString& select)
 {
-    // The select list: from the first SELECT to the top-level FROM. An item that is "*" or
-    // ends in ".*" makes the aliases unusable.
-    const WChar* text = select.c_str();
-    const WChar* start = FindSQLKeyword(text, u16("SELECT").c_str());
-    if (!start)
+    SQLQueryDesc desc;
+    if (!parseSelect(select.c_str(), desc) || desc.selectsAll())
         return false;
-    const WChar* from = FindSQLKeyword(start, u16("FROM").c_str());
-    const WChar* end = from ? from : text + select.size();
-    int depth = 0;
-    WChar quote = 0;
-    WChar last = 0; // the last character outside blanks of the current item
-    WChar beforeLast = 0;
-    for (const WChar* p = start + 6; p <= end; ++p) {
-        const WChar c = p < end ? *p : WChar(',');
-        if (quote) {
-            if (c == quote)
-                quote = 0;
-            beforeLast = last, last = 'x';
-            continue;
-        }
-        if (c == '\'' || c == '"' || c == '`') {
-            quote = c;
-            continue;
-        }
-        if (c == '(')
-            ++depth;
-        else if (c == ')')
-            --depth;
-        if (c == ',' && depth == 0) {
-            if (last == '*' && (beforeLast == 0 || beforeLast == '.'))
+    // "t.*" selects all as well.
+    for (const SQLQueryDesc::Column& c : desc.columns)
+        if (c.simple && !c.path.empty()) {
+            const WCharString& last = c.path[c.path.size() - 1];
+            if (last.length() == 1 && last[0] == '*')
                 return false;
-            last = beforeLast = 0;
-            continue;
         }
-        if (c != ' ' && c != '\t' && c != '\n' && c != '\r')
-            beforeLast = last, last = c;
-    }
     return true;
 }
 

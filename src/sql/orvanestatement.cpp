@@ -5,6 +5,7 @@
 #include "sqlwriter.h"
 
 #include <vexapi/orvcpp/sqltext.h>
+#include <vexapi/sql/sqlanalysis.h>
 
 #include <cstring>
 
@@ -12,44 +13,15 @@ namespace DataSourceAPI {
 
 namespace {
 
-bool isWordChar(WChar c)
+// `text` into `buf` of `len` characters, terminated and cut.
+WChar* copyName(const WString& text, WChar* buf, int len)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$' ||
-           c == '#' || c == '@' || c >= 0x80;
-}
-
-// The first table after the select's top-level FROM: a name, possibly dotted, possibly
-// quoted; empty when the select has none (or starts with a subselect).
-WString firstTable(const WString& select)
-{
-    const WChar* from = FindSQLKeyword(select.c_str(), u16("FROM").c_str());
-    if (!from)
-        return WString();
-    const WChar* p = from + 4;
-    while (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r')
-        ++p;
-    WString name;
-    for (;;) {
-        if (*p == '"' || *p == '`' || *p == '[') {
-            const WChar close = *p == '[' ? WChar(']') : *p;
-            const WChar* q = p + 1;
-            while (*q && *q != close)
-                ++q;
-            name.append(p + 1, q);
-            p = *q ? q + 1 : q;
-        } else {
-            const WChar* q = p;
-            while (isWordChar(*q))
-                ++q;
-            name.append(p, q);
-            p = q;
-        }
-        if (*p != '.')
-            break;
-        name += WChar('.');
-        ++p;
-    }
-    return name;
+    if (!buf || len <= 0)
+        return buf;
+    const std::size_t n = text.size() < std::size_t(len - 1) ? text.size() : std::size_t(len - 1);
+    std::memcpy(buf, text.data(), n * sizeof(WChar));
+    buf[n] = 0;
+    return buf;
 }
 
 } // namespace
@@ -73,8 +45,7 @@ void OrvaneStatement::RIterator::operator--(int)
 
 WString OrvaneStatement::InternalDS::getMainTable() const
 {
-    const WString own = m_owner->getMainTable();
-    return own.empty() ? OrvaneDS::getMainTable() : own;
+    return m_owner->getMainTable();
 }
 
 void OrvaneStatement::InternalDS::calcColumn(const Iterator& it, int col)
@@ -117,28 +88,42 @@ void OrvaneStatement::setConnect(void* connection)
     m_connection = connection ? *static_cast<unsigned short*>(connection) : 0;
 }
 
-void OrvaneStatement::setSQLSelect(const WChar* select)
-{
-    m_select = select ? WString(select) : WString();
-}
-
 void OrvaneStatement::setMainTable(const WChar* table)
 {
     m_mainTable = table ? WString(table) : WString();
 }
 
-WString OrvaneStatement::getMainTable() const
+WString OrvaneStatement::defaultMainTable() const
 {
-    return m_mainTable.empty() ? firstTable(m_select) : m_mainTable;
+    if (!m_parsedTable.empty()) {
+        const int t = m_ds.indexByDBTableName(m_parsedTable.c_str());
+        return t ? m_ds.dbTable(t).name : m_parsedTable;
+    }
+    return m_ds.OrvaneDS::getMainTable();
 }
 
-void OrvaneStatement::clearFilterInfo() {}
+const WChar* OrvaneStatement::getMainTable() const
+{
+    m_mainTableShown = m_mainTable.empty() ? defaultMainTable() : m_mainTable;
+    return m_mainTableShown.c_str();
+}
 
 void OrvaneStatement::create()
 {
     clearFilterInfo();
     m_cur = LowMemoryDS::Iterator();
     m_curRow = 0;
+    // The first table of the FROM list, by the analysis of the text.
+    m_parsedTable.clear();
+    SQLQueryDesc desc;
+    if (parseSelect(getSQLSelect(), desc) && desc.tables.size() > 0 && !desc.tables[0].isSubquery) {
+        const SQLNamePath& path = desc.tables[0].path;
+        for (int i = 0; i < path.size(); ++i) {
+            if (i)
+                m_parsedTable += WChar('.');
+            m_parsedTable.append(path[i].constData(), std::size_t(path[i].length()));
+        }
+    }
     guarded([&] { m_ds.create(m_connection, getSQLSelect()); });
     DataSource::initColumns();
 }
@@ -386,31 +371,11 @@ void OrvaneStatement::setParam(int param, const void* data, int len, bool isNull
 
 void OrvaneStatement::setFilter(const FilterInfo& filter)
 {
-    if (!isCreated())
+    if (!isCreated() || !refreshWhereOrderInfo(filter))
         return;
-    // The conditions "column = :param" (or LIKE) joined by AND, and the sort columns.
-    sqlw::Text cond;
-    for (int i = 0; i < filter.colCount(); ++i) {
-        if (i)
-            sqlw::put(cond, " AND ");
-        sqlw::put(cond, WString(filter.colName(i)));
-        sqlw::put(cond, filter.useLike(i) ? " LIKE :" : " = :");
-        sqlw::put(cond, WString(filter.paramName(i)));
-    }
-    sqlw::Text order;
-    for (int i = 0; i < filter.sortCount(); ++i) {
-        if (i)
-            sqlw::put(order, ", ");
-        sqlw::put(order, WString(filter.sortName(i)));
-        sqlw::put(order, filter.order() ? " ASC" : " DESC");
-    }
-    sqlw::Text withWhere;
-    AppendWhere(withWhere, m_select.c_str(), cond.text().c_str());
     sqlw::Text text;
-    AppendOrderBy(text, withWhere.text().c_str(), order.text().c_str());
-    if (text.text() == m_ds.sqlSelect())
-        return;
-    // The links of the columns survive the new text.
+    makeFilterSelect(text);
+    // The links of the columns survive the new text; the user's select stays.
     std::vector<std::pair<int, bool>> links;
     for (int c = 1; c <= m_ds.colCount(); ++c)
         links.emplace_back(m_ds.col(c)->dbCol, m_ds.col(c)->updateable);
@@ -419,6 +384,172 @@ void OrvaneStatement::setFilter(const FilterInfo& filter)
     guarded([&] { m_ds.create(m_connection, text.text().c_str()); });
     for (int c = 1; c <= m_ds.colCount() && c <= int(links.size()); ++c)
         m_ds.setColDBLink(c, links[std::size_t(c - 1)].first, links[std::size_t(c - 1)].second);
+}
+
+// ---- The database's description and the org columns ----
+
+WChar* OrvaneStatement::dbTableName(int i, WChar* buf, int len) const
+{
+    return copyName(i >= 1 && i <= m_ds.dbTableCount() ? m_ds.dbTable(i).name : WString(), buf, len);
+}
+
+WChar* OrvaneStatement::dbColName(int i, WChar* buf, int len) const
+{
+    return copyName(i >= 1 && i <= m_ds.dbColCount() ? m_ds.dbCol(i).realColName : WString(), buf, len);
+}
+
+DBColInfo OrvaneStatement::dbColInfo(int i) const
+{
+    return i >= 1 && i <= m_ds.dbColCount() ? m_ds.dbCol(i) : DBColInfo();
+}
+
+void OrvaneStatement::setUpdateProps(int col, const UpdateProps& props)
+{
+    if (!m_ds.col(col))
+        return;
+    int db = 0;
+    if (const WChar* name = props.dbColName())
+        for (int i = 1; i <= m_ds.dbColCount() && !db; ++i)
+            if (m_ds.dbCol(i).realColName == name)
+                db = i;
+    m_ds.setColDBLink(col, db, db && props.updateable);
+}
+
+SQLStatement::UpdateProps OrvaneStatement::getUpdateProps(int col) const
+{
+    const TypicalColsForDBDS::Col* c = m_ds.col(col);
+    // An expression has no column of a table to write or to filter on.
+    if (!c || c->dbCol < 1 || c->dbCol > m_ds.dbColCount() || c->calculated || m_ds.dbCol(c->dbCol).tableIndex == 0)
+        return UpdateProps();
+    return UpdateProps(m_ds.dbCol(c->dbCol).realColName.c_str(), c->updateable);
+}
+
+void OrvaneStatement::autoCreateColumns()
+{
+    m_cur = LowMemoryDS::Iterator();
+    m_curRow = 0;
+    m_ds.buildColumns();
+    DataSource::initColumns();
+}
+
+void OrvaneStatement::updateInserted()
+{
+    guarded([&] { m_ds.updateInserted(); });
+}
+
+void OrvaneStatement::updateUpdated()
+{
+    guarded([&] { m_ds.updateUpdated(); });
+}
+
+void OrvaneStatement::updateDeleted()
+{
+    guarded([&] { m_ds.updateDeleted(); });
+}
+
+RowState OrvaneStatement::rowState(Iterator it)
+{
+    const LowMemoryDS::Iterator row = cacheIterator(it);
+    return row == m_ds.end() ? Original : guarded([&] { return m_ds.rowState(row); });
+}
+
+bool OrvaneStatement::isFieldModified(Iterator it, int col)
+{
+    const LowMemoryDS::Iterator row = cacheIterator(it);
+    if (row == m_ds.end() || !m_ds.col(col))
+        return false;
+    return guarded([&] {
+        m_ds.lock(row, 0);
+        const bool modified = m_ds.getModify(row, col);
+        m_ds.unlock(row);
+        return modified;
+    });
+}
+
+void OrvaneStatement::removeAllOrgCols()
+{
+    m_cur = LowMemoryDS::Iterator();
+    m_curRow = 0;
+    m_ds.clearOrgCols();
+    m_ds.initColumns();
+}
+
+void OrvaneStatement::addOrgCol(int dbCol)
+{
+    if (dbCol < 1 || dbCol > m_ds.dbColCount())
+        return;
+    const DBColInfo& d = m_ds.dbCol(dbCol);
+    addOrgCol(OrgColInfo(dbCol, d.name.c_str(), d.dsType, d.dsLen, false));
+}
+
+void OrvaneStatement::addOrgCol(const OrgColInfo& info)
+{
+    m_cur = LowMemoryDS::Iterator();
+    m_curRow = 0;
+    const int o = m_ds.addOrgCol(info);
+    m_ds.setOrgColDBLink(o, info.dbCol());
+    m_ds.setOrgColAsKey(o, info.isKey());
+    m_ds.initColumns();
+}
+
+SQLStatement::OrgColInfo OrvaneStatement::orgColInfo(int col) const
+{
+    const TypicalColsForDBDS::OrgCol* o = m_ds.orgCol(col);
+    if (!o)
+        return OrgColInfo();
+    return OrgColInfo(o->dbCol, o->name.c_str(), o->type, o->len, o->isKey);
+}
+
+VLong OrvaneStatement::orgRealLen(Iterator it, int col, bool* isNull) const
+{
+    const LowMemoryDS::Iterator row = cacheIterator(it);
+    const TypicalColsForDBDS::OrgCol* o = m_ds.orgCol(col);
+    if (row == m_ds.end() || !o) {
+        if (isNull)
+            *isNull = true;
+        return 0;
+    }
+    return guarded([&] {
+        m_ds.lock(row, 0);
+        const FieldRef f = m_ds.orgField(row, col);
+        if (isNull)
+            *isNull = f.isNull();
+        const VLong n = TypicalColsForDBDS::valueLength(f, o->len);
+        m_ds.unlock(row);
+        return n;
+    });
+}
+
+bool OrvaneStatement::orgGetNull(Iterator it, int col) const
+{
+    bool null = true;
+    orgRealLen(std::move(it), col, &null);
+    return null;
+}
+
+void OrvaneStatement::getOrgField(Iterator it, int col, void* buf, int bufLen, bool* isNull, VLong* realLen) const
+{
+    const LowMemoryDS::Iterator row = cacheIterator(it);
+    const TypicalColsForDBDS::OrgCol* o = m_ds.orgCol(col);
+    if (row == m_ds.end() || !o) {
+        if (isNull)
+            *isNull = true;
+        if (realLen)
+            *realLen = 0;
+        return;
+    }
+    guarded([&] {
+        m_ds.lock(row, 0);
+        const FieldRef f = m_ds.orgField(row, col);
+        const int n = TypicalColsForDBDS::valueLength(f, o->len);
+        if (isNull)
+            *isNull = f.isNull();
+        if (realLen)
+            *realLen = n;
+        if (!f.isNull() && buf && bufLen > 0)
+            std::memcpy(buf, f.data(), std::size_t(n < bufLen ? n : bufLen));
+        m_ds.unlock(row);
+    });
 }
 
 int OrvaneStatement::checkInvariants() const

@@ -11,11 +11,13 @@ struct Fixture {
     OrvConnect c{nullptr, nullptr, ":memory:"};
     unsigned short handle = 0;
     OrvaneStatement st;
-    explicit Fixture(const char* select, int rows = 30)
+    explicit Fixture(const char* select, int rows = 30, bool shortNames = false)
     {
         makeItems(c, rows);
         handle = c;
         st.setConnect(&handle);
+        st.setIgnoreOwnerMode(shortNames);
+        st.setIgnoreTableMode(shortNames);
         st.setSQLSelect(W(select).c_str());
         st.create();
     }
@@ -27,7 +29,8 @@ TEST(OrvaneStatementFace, BrowseEditAndWriteBack)
     f.st.retrieve();
     EXPECT_EQ(f.st.rowCount(), 30);
     EXPECT_EQ(f.st.getCurRow(), 1);
-    EXPECT_EQ(narrow(f.st.getMainTable()), "items");
+    // The first table of the FROM list, as the server names it.
+    EXPECT_EQ(narrow(f.st.getMainTable()), "main.items");
     DataSource::Iterator it = f.st.row2iterator(7);
     EXPECT_EQ(f.st.getFieldInt(it, 1), 7);
     WChar name[32];
@@ -85,7 +88,8 @@ TEST(OrvaneStatementFace, FailuresAreErrorsWithTheirText)
 
 TEST(OrvaneStatementFace, FilterRunsANewTextAndKeepsTheUsersSelect)
 {
-    Fixture f("select id, name, qty from items");
+    Fixture f("select id, name, qty from items", 30, true);
+    EXPECT_EQ(narrow(f.st.getMainTable()), "items");
     DataSource::FilterInfo filter;
     filter.add(W("name").c_str(), W("pat").c_str(), true);
     filter.addSort(W("id").c_str());
@@ -101,6 +105,47 @@ TEST(OrvaneStatementFace, FilterRunsANewTextAndKeepsTheUsersSelect)
     ASSERT_EQ(f.st.rowCount(), 11); // item2, item20 .. item29
     EXPECT_EQ(f.st.getFieldInt(f.st.begin(), 1), 29);
     EXPECT_EQ(f.st.getFieldInt(f.st.row2iterator(11), 1), 2);
+}
+
+TEST(OrvaneStatementFace, TheStatementsDescriptionOrgColumnsAndStates)
+{
+    Fixture f("select id, name, qty * 2 as twice from items", 10, true);
+    SQLStatement& sql = f.st;
+    ASSERT_EQ(sql.dbColCount(), 3);
+    WChar buf[32];
+    EXPECT_EQ(narrow(sql.dbColName(2, buf, 32)), "name");
+    EXPECT_EQ(narrow(sql.dbTableName(1, buf, 32)), "items");
+    EXPECT_EQ(narrow(sql.dbColInfo(3).name), "twice");
+    EXPECT_EQ(sql.dbColInfo(3).tableIndex, 0);
+    // Update properties: the expression has no database column to write.
+    EXPECT_TRUE(sql.getUpdateProps(2).updateable);
+    EXPECT_EQ(sql.getUpdateProps(3).dbColName(), nullptr);
+    sql.setUpdateProps(2, SQLStatement::UpdateProps(W("name").c_str(), false));
+    EXPECT_FALSE(sql.getUpdateProps(2).updateable);
+    sql.setUpdateProps(2, SQLStatement::UpdateProps(W("name").c_str(), true));
+    // Org columns: the values as read, beside the edited ones.
+    sql.addOrgCol(1);
+    sql.addOrgCol(2);
+    ASSERT_EQ(sql.orgColCount(), 2);
+    EXPECT_EQ(sql.orgColIndexByDBCol(2), 2);
+    f.st.retrieve();
+    DataSource::Iterator it = f.st.row2iterator(4);
+    f.st.setFieldText(it, 2, W("changed").c_str());
+    EXPECT_EQ(sql.rowState(it), Modified);
+    EXPECT_TRUE(sql.isFieldModified(it, 2));
+    EXPECT_FALSE(sql.isFieldModified(it, 1));
+    EXPECT_EQ(narrow(sql.getOrgFieldText(it, 2, buf, 64)), "item4");
+    EXPECT_EQ(sql.getOrgFieldInt(it, 1), 4);
+    EXPECT_EQ(sql.updCount(), 1);
+    f.st.setUpdateMode(OrvaneDS::byKey);
+    sql.removeAllOrgCols();
+    sql.addOrgCol(SQLStatement::OrgColInfo(1, W("id").c_str(), tInt, 4, true));
+    f.st.retrieve();
+    f.st.setFieldText(f.st.row2iterator(4), 2, W("changed").c_str());
+    sql.updateUpdated();
+    f.st.commitDB();
+    f.st.commitDS();
+    EXPECT_EQ(tableItems(f.c)[3], Item(4, "changed", 40));
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 // and the OrvaneDataSource mixin shared by the statements.
 #pragma once
 
+#include <vexapi/sql/dbcolinfo.h>
 #include <vexapi/sql/lowmemoryds.h>
 
 #include <vexapi/core/api.h>
@@ -34,29 +35,6 @@ public:
     virtual void reserved();
     // Stops the running call.
     virtual void terminate() = 0;
-};
-
-// One result column as the server described it.
-struct VEXAPI_API DBColInfo {
-    WString name;        // the name the source shows (alias, or built; unique)
-    WString fullColName; // owner.table.column
-    WString tableName;
-    WString ownerName;
-    WString realColName; // the column of its table
-    int tableIndex = 0;  // 1-based in the table list, 0 for none
-    int type = 0;        // server type, precision, scale and length as given
-    int precision = 0;
-    int scale = 0;
-    int length = 0;
-    bool isRowid = false;
-    bool isAutoKey = false;
-    bool reserved = false;
-    int fetchType = 0; // the form the value is fetched in (substType)
-    int fetchLen = 0;
-    Type dsType = tNone; // the column's type in the source (orvane2dsType)
-    int dsLen = 0;
-    // Whether generated writes may set it: it has a table, is no rowid and no auto key.
-    bool updateable() const { return tableIndex > 0 && !isRowid && !isAutoKey; }
 };
 
 struct VEXAPI_API DBParamInfo {
@@ -174,8 +152,8 @@ public:
     int checkInvariants() const;
 
 protected:
-    // Whether the select list is free of "*" (so aliases name the columns). A statement
-    // with its own parser overrides it.
+    // Whether the select can be analysed and its list is free of "*" (so aliases name the
+    // columns).
     virtual bool analyseSelect(const WString& select);
     void loadPriKeys(int table);
     // After a procedure ran: when it returned a cursor, that cursor becomes the main one
@@ -268,6 +246,11 @@ public:
     // A new row before `it`, every field null (a database row starts without values).
     Iterator insertRow(const Iterator& it);
 
+    // The three steps of update(), each doing nothing when it has nothing to write. They
+    // throw OrvX (update() turns it into OrvaneDSError code 0) and OrvaneDSError.
+    void updateDeleted();
+    void updateUpdated();
+    void updateInserted();
     void update();
     void commitDB();
     void rollbackDB();
@@ -304,16 +287,17 @@ protected:
     int mainTableIndex() const;
     // The key original columns of table `table` (by key mode); OrvaneDSError 2 for none.
     std::vector<int> keyOrgCols(int table) const;
-    void updateDeleted();
-    void updateUpdated();
-    void updateInserted();
     // Runs a text on the write cursor.
     void runText(const WString& text);
     // Positions the main cursor on `dbRow` for a write "where current of".
     void positionOn(int dbRow);
 
-private:
+public:
+    // One column per result column, each linked to its database column, and the
+    // parameters; lays the records out again.
     void buildColumns();
+
+private:
     // Runs the select again when a write left the cursor's numbering behind the index's.
     void refreshCursor();
     // Undoes the renumbering of the index for deletes that a failed write took back.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexapi/sql/orvaneds.h>
+#include <vexapi/sql/sqlstatement.h>
 
 #include <vexapi/core/api.h>
 #include <vexapi/core/wstring.h>
@@ -27,7 +28,7 @@ namespace DataSourceAPI {
 // Invariants (checkInvariants):
 //  1. The current row number is iterator2row of the current position (0 on end()).
 //  2. The internal source's own invariants hold (10 plus its number).
-class VEXAPI_API OrvaneStatement : public virtual DataSource, public OrvaneDataSource {
+class VEXAPI_API OrvaneStatement : public SQLStatement, public OrvaneDataSource {
 public:
     class VEXAPI_API Error : public DataSource::Error, public OrvaneDS::OrvaneDSError {
     public:
@@ -69,15 +70,51 @@ public:
 
     // ---- The statement ----
     // `connection` points at the connection's 16-bit handle (OrvConnect's operator unsigned
-    // short); null means none.
-    void setConnect(void* connection);
-    unsigned short getConnect() const { return m_connection; }
-    void setSQLSelect(const WChar* select);
-    const WChar* getSQLSelect() const { return m_select.c_str(); }
-    // The table generated writes go to; empty: the first table after the select's FROM.
-    void setMainTable(const WChar* table);
-    WString getMainTable() const;
-    void clearFilterInfo();
+    // short), which is copied; null means none. getConnect gives the copy's address.
+    void setConnect(void* connection) override;
+    void* getConnect() override { return &m_connection; }
+    // The table generated writes go to. Unset (null or empty), it is the first table of the
+    // select's FROM list as the analysis of the text finds it, named as the server names it
+    // when it is among the result's tables; without an analysis, the table of the first
+    // column that has one.
+    void setMainTable(const WChar* table) override;
+    const WChar* getMainTable() const override;
+    bool getIgnoreOwnerMode() const override { return m_ds.ignoreOwnerMode(); }
+    void setIgnoreOwnerMode(bool on) override { m_ds.setIgnoreOwnerMode(on); }
+    bool getIgnoreTableMode() const override { return m_ds.ignoreTableMode(); }
+    void setIgnoreTableMode(bool on) override { m_ds.setIgnoreTableMode(on); }
+
+    int dbTableCount() const override { return m_ds.dbTableCount(); }
+    WChar* dbTableName(int i, WChar* buf, int len) const override;
+    int dbColCount() const override { return m_ds.dbColCount(); }
+    // The column's name in its table (what generated SQL writes).
+    WChar* dbColName(int i, WChar* buf, int len) const override;
+    DBColInfo dbColInfo(int i) const override;
+    void setUpdateProps(int col, const UpdateProps& props) override;
+    UpdateProps getUpdateProps(int col) const override;
+    void autoCreateColumns() override;
+
+    void updateInserted() override;
+    void updateUpdated() override;
+    void updateDeleted() override;
+    RowState rowState(Iterator it) override;
+    bool isFieldModified(Iterator it, int col) override;
+    int insCount() override { return m_ds.insCount(); }
+    int updCount() override { return m_ds.updCount(); }
+    int delCount() override { return m_ds.delCount(); }
+
+    // Org columns lay the records out again: rows read before are dropped.
+    void removeAllOrgCols() override;
+    void addOrgCol(int dbCol) override;
+    void addOrgCol(const OrgColInfo& info) override;
+    int orgColCount() const override { return m_ds.orgColCount(); }
+    OrgColInfo orgColInfo(int col) const override;
+    int orgColIndexByDBCol(int dbCol) const override { return m_ds.orgColIndexByDBCol(dbCol); }
+    int orgColIndexByName(const WChar* name) const override { return m_ds.orgColIndexByName(name); }
+    VLong orgRealLen(Iterator it, int col, bool* isNull) const override;
+    bool orgGetNull(Iterator it, int col) const override;
+    using SQLStatement::getOrgField;
+    void getOrgField(Iterator it, int col, void* buf, int bufLen, bool* isNull, VLong* realLen) const override;
 
     void setRowidAsKey();
     void setPrimaryKeysAsKey();
@@ -145,12 +182,16 @@ private:
     template <class F>
     auto guarded(F f) const -> decltype(f());
 
+    // The main table when none is set (see getMainTable).
+    WString defaultMainTable() const;
+
     mutable InternalDS m_ds;
     LowMemoryDS::Iterator m_cur;
     int m_curRow;
     unsigned short m_connection;
-    WString m_select;
     WString m_mainTable;
+    mutable WString m_mainTableShown; // what getMainTable gave last
+    mutable WString m_parsedTable;    // the analysis's first table, made at create
 };
 
 } // namespace DataSourceAPI
