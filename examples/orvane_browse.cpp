@@ -63,15 +63,15 @@ void customers(unsigned short handle)
 {
     OrvaneStatement st;
     st.setConnect(&handle);
-    st.internalDS().setIgnoreOwnerMode(true);
-    st.internalDS().setIgnoreTableMode(true);
+    st.setIgnoreOwnerMode(true);
+    st.setIgnoreTableMode(true);
     st.setSQLSelect(W("select id, name, city, credit from customers").c_str());
     st.create();
     st.setUpdateMode(OrvaneDS::byKey);
     st.setPrimaryKeysAsKey();
     st.retrieve();
     std::printf("customers: %d rows, main table %s, key by primary key\n", st.rowCount(),
-                narrow(st.getMainTable().c_str()).c_str());
+                narrow(st.getMainTable()).c_str());
     printRows(st, 1, 4);
 
     // Edit row 3, add a customer, write both in one transaction.
@@ -105,8 +105,8 @@ void orderLines(unsigned short handle)
     const auto start = std::chrono::steady_clock::now();
     OrvaneStatement st;
     st.setConnect(&handle);
-    st.internalDS().setIgnoreOwnerMode(true);
-    st.internalDS().setIgnoreTableMode(true);
+    st.setIgnoreOwnerMode(true);
+    st.setIgnoreTableMode(true);
     st.setSQLSelect(W("select o.id, o.status, l.line, l.product, l.price from orders o "
                       "join order_lines l on l.order_id = o.id order by l.price desc")
                         .c_str());
