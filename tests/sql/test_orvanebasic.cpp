@@ -51,9 +51,11 @@ TEST(OrvaneColumns, NamesByAliasTableOwnerAndRepeats)
         EXPECT_EQ(colNames(ds), k.names);
         EXPECT_EQ(ds.checkInvariants(), 0);
         // The full name is always the qualified one.
-        for (int col = 1; col <= ds.dbColCount(); ++col)
-            if (ds.dbCol(col).tableIndex)
+        for (int col = 1; col <= ds.dbColCount(); ++col) {
+            if (ds.dbCol(col).tableIndex) {
                 EXPECT_EQ(narrow(ds.dbCol(col).fullColName), "main.t." + narrow(ds.dbCol(col).realColName));
+            }
+        }
     }
 }
 
