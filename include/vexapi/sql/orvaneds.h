@@ -208,6 +208,26 @@ protected:
 // transaction and journals each row it wrote. The caller then ends it: commitDB() and
 // commitDS() after success, rollbackDB() and rollbackDS() after a failure, which leave every
 // change pending, so that a second update() writes it all again.
+//
+// The batch rule: up to three rows of a kind go as a literal text each; from four on one
+// prepared statement serves them (inserts, deletes except by a single integer key, and
+// updates, one statement for each set of changed columns). A row holding a blob always
+// goes through parameters.
+//
+// Cursor rows: the index keeps each row's row in the cursor. A delete through the cursor
+// takes the row out of the cursor at once, so the index closes its gap at once; after a
+// failed write rollbackDB() opens the gaps again and the select runs again before the next
+// read, when the table holds those rows again. Deletes by key leave the cursor alone: after
+// their commit the index closes the gaps and the select runs again before the next read.
+// That keeps every row on its cursor row for a select read live by key, and for a copied
+// select whose order the batch did not change; rows that a batch moved in the order of a
+// copied select (changed sort columns, inserted rows sorting before others) show in the old
+// places until retrieve(). Inserted rows have no cursor row until retrieve(): a change to
+// one after its commit raises "Row not found in cursor" (current of) or, as its key the
+// server gave is not known, "Row not found in table" (by key).
+//
+// Failures: OrvX of any call becomes OrvaneDSError code 0; an update by key that finds no
+// row raises code 4, so that no change is dropped without a word.
 class VEXAPI_API OrvaneDS : public TypicalOrvaneDS1, public LowMemoryDS {
 public:
     enum UpdateMode { currentOf = 0, byKey = 1 };
