@@ -492,6 +492,8 @@ MaterialisedResult::MaterialisedResult(const std::shared_ptr<StatementState>& st
 
 MaterialisedResult::~MaterialisedResult()
 {
+    sqlite3_finalize(m_src);
+    sqlite3_finalize(m_ins);
     sqlite3_finalize(m_read);
     sqlite3_finalize(m_one);
     if (m_scratch && !m_name.empty())
@@ -506,60 +508,110 @@ void MaterialisedResult::open()
     m_scratch = c.scratchDb();
     std::string name = c.nextScratchName();
 
-    StmtGuard own;
-    sqlite3_stmt* src = m_statement->stmt;
-    if (m_hasKey) {
-        own.st = prepareOrThrow(db, m_keySql, query);
-        src = own.st;
-    }
-    if (!src)
+    const std::string sourceSql = m_hasKey ? m_keySql : m_statement->dialect.sql;
+    m_src = prepareOrThrow(db, sourceSql, query);
+    if (!m_src)
         throw OrvX::client(orvapiNotSupported, "the statement returns no rows", query.c_str());
-    const int sourceColumns = sqlite3_column_count(src);
-    m_columns = m_hasKey ? sourceColumns - 1 : sourceColumns;
+    m_sourceColumns = sqlite3_column_count(m_src);
+    m_columns = m_hasKey ? m_sourceColumns - 1 : m_sourceColumns;
 
     std::string create = "CREATE TABLE " + name + "(";
     std::string insert = "INSERT INTO " + name + " VALUES (";
-    for (int i = 0; i < sourceColumns; ++i) {
+    for (int i = 0; i < m_sourceColumns; ++i) {
         create += (i ? ", " : "") + (m_hasKey && i == m_columns ? std::string("k") : "c" + std::to_string(i + 1));
         insert += i ? ", ?" : "?";
     }
     create += ")";
     insert += ")";
-    if (sourceColumns == 0)
+    if (m_sourceColumns == 0)
         create = "CREATE TABLE " + name + "(c1)";
     int rc = sqlite3_exec(m_scratch, create.c_str(), nullptr, nullptr, nullptr);
     if (rc != SQLITE_OK)
         throw serverError(m_scratch, rc, query, nullptr);
     m_name = name;
-    StmtGuard ins(prepareOrThrow(m_scratch, insert, query));
+    m_ins = prepareOrThrow(m_scratch, insert, query);
 
-    ResetGuard g{src};
-    rc = m_statement->bindValues(src, m_values);
+    rc = m_statement->bindValues(m_src, m_values);
     if (rc != SQLITE_OK)
         throw serverError(db, rc, query, nullptr);
+
+    // The size from the server: a count over the select, without copying it. A statement
+    // that can't be a subselect (a PRAGMA) is copied whole instead.
+    std::string inner = sourceSql;
+    while (!inner.empty() && (inner.back() == ';' || inner.back() == ' ' || inner.back() == '\n' ||
+                              inner.back() == '\t' || inner.back() == '\r'))
+        inner.pop_back();
+    sqlite3_stmt* count = nullptr;
+    if (sqlite3_prepare_v2(db, ("SELECT count(*) FROM (" + inner + "\n)").c_str(), -1, &count, nullptr) == SQLITE_OK &&
+        count) {
+        StmtGuard guard(count);
+        rc = m_statement->bindValues(count, m_values);
+        if (rc != SQLITE_OK)
+            throw serverError(db, rc, query, nullptr);
+        rc = sqlite3_step(count);
+        if (rc != SQLITE_ROW)
+            throw serverError(db, rc, query, &m_statement->dialect);
+        const std::int64_t n = sqlite3_column_int64(count, 0);
+        if (n >= std::int64_t(std::numeric_limits<VLong>::max()))
+            throw OrvX::client(orvapiNotSupported, "the select has more than 2^31 - 1 rows", query.c_str());
+        m_total = VLong(n);
+    } else {
+        sqlite3_finalize(count);
+        m_total = std::numeric_limits<VLong>::max() - 1;
+        copyUpTo(m_total);
+    }
+}
+
+void MaterialisedResult::copyUpTo(std::int64_t rowid)
+{
+    if (m_done || m_copied >= rowid)
+        return;
+    ConnectionState& c = *m_statement->connection;
+    sqlite3* db = c.db();
+    const std::string& query = m_statement->text;
     sqlite3_exec(m_scratch, "BEGIN", nullptr, nullptr, nullptr);
     try {
-        for (;;) {
-            rc = sqlite3_step(src);
-            if (rc == SQLITE_DONE)
+        while (m_copied < rowid && m_copied < m_total) {
+            int rc = sqlite3_step(m_src);
+            if (rc == SQLITE_ABORT_ROLLBACK || rc == SQLITE_ABORT) {
+                // A rollback on the connection ended the running select: it runs again
+                // and skips the rows copied so far.
+                sqlite3_reset(m_src);
+                VLong skip = m_copied;
+                while (skip > 0 && (rc = sqlite3_step(m_src)) == SQLITE_ROW)
+                    --skip;
+                if (skip > 0 && rc != SQLITE_DONE)
+                    throw serverError(db, rc, query, &m_statement->dialect);
+                if (skip > 0)
+                    rc = SQLITE_DONE;
+                else
+                    rc = sqlite3_step(m_src);
+            }
+            if (rc == SQLITE_DONE) {
+                // Fewer rows than counted (the table changed since): the result ends here.
+                m_total = m_copied;
                 break;
+            }
             if (rc != SQLITE_ROW)
                 throw serverError(db, rc, query, &m_statement->dialect);
-            for (int i = 0; i < sourceColumns; ++i)
-                sqlite3_bind_value(ins.st, i + 1, sqlite3_column_value(src, i));
-            rc = sqlite3_step(ins.st);
-            sqlite3_reset(ins.st);
+            for (int i = 0; i < m_sourceColumns; ++i)
+                sqlite3_bind_value(m_ins, i + 1, sqlite3_column_value(m_src, i));
+            rc = sqlite3_step(m_ins);
+            sqlite3_reset(m_ins);
             if (rc != SQLITE_DONE)
                 throw serverError(m_scratch, rc, query, nullptr);
             if (++m_copied % 4096 == 0 && c.interruptRequested())
                 throw OrvX::client(orvapiInterrupted, "the call was interrupted", query.c_str());
-            if (m_copied == std::numeric_limits<VLong>::max())
-                throw OrvX::client(orvapiNotSupported, "the select has more than 2^31 - 1 rows", query.c_str());
         }
         sqlite3_exec(m_scratch, "COMMIT", nullptr, nullptr, nullptr);
     } catch (...) {
-        sqlite3_exec(m_scratch, "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_exec(m_scratch, "COMMIT", nullptr, nullptr, nullptr);
         throw;
+    }
+    if (m_copied >= m_total) {
+        m_done = true;
+        m_total = m_copied;
+        sqlite3_reset(m_src);
     }
 }
 
@@ -580,6 +632,10 @@ VLong MaterialisedResult::read(VLong first, VLong count, bool, const RowSink& si
     if (first < 1 || first > rows || count <= 0)
         return 0;
     count = std::min(count, rows - first + 1);
+    copyUpTo(rowidOf(first + count - 1));
+    count = std::min(count, rowCount() - first + 1);
+    if (count <= 0)
+        return 0;
     if (!m_read)
         m_read = prepareOrThrow(m_scratch, "SELECT * FROM " + m_name + " WHERE rowid >= ?1 ORDER BY rowid LIMIT ?2",
                                 m_statement->text);
@@ -675,7 +731,8 @@ int MaterialisedResult::checkInvariants() const
 {
     const bool ok = std::is_sorted(m_gaps.begin(), m_gaps.end()) &&
                     std::adjacent_find(m_gaps.begin(), m_gaps.end()) == m_gaps.end() && rowCount() >= 0 &&
-                    (m_gaps.empty() || (m_gaps.front() >= 1 && m_gaps.back() <= m_copied));
+                    (m_gaps.empty() || (m_gaps.front() >= 1 && m_gaps.back() <= m_copied)) &&
+                    m_copied <= m_total && (!m_done || m_copied == m_total);
     VEX_ASSERT(ok);
     return ok ? 0 : 1;
 }

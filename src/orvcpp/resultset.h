@@ -56,15 +56,29 @@ namespace detail {
 //
 // 2. MaterialisedResult, for every other select (joins, grouping, DISTINCT, aggregates,
 //    compound selects, LIMIT, an ORDER BY of other columns, PRAGMA), and for any select of a
-//    cursor made with `snapshot`: execute copies the result, row by row, into a table of the
+//    cursor made with `snapshot`: the result is copied, row by row, into a table of the
 //    connection's scratch database (a private temporary file, outside the connection's
-//    transactions), whose rowid is the row number. Row N is then one rowid seek. When the
-//    select reads one table row by row, the copy keeps each row's key beside it, so that
-//    positioned writes work and an updated row's copy is refreshed.
-//    Costs: execute = the whole select plus one insert per row (time and temporary disk in
-//    proportion to the result, memory bounded by the scratch database's page cache of 2 MB);
-//    afterwards any row = a seek. A positioned delete removes the copy's row and notes its
-//    number, so the rows after it move up.
+//    transactions), whose rowid is the row number, as far as it is read. Row N is then one
+//    rowid seek. When the select reads one table row by row, the copy keeps each row's key
+//    beside it, so that positioned writes work and an updated row's copy is refreshed.
+//    - execute runs "SELECT count(*) FROM (<select>)" for the row count and starts the
+//      select; no row is copied yet. A statement that can't be a subselect (a PRAGMA) is
+//      copied whole at execute instead.
+//    - reading row N first copies the rows up to N that are not copied yet, stepping the
+//      running select on; rows before stay where they are.
+//    Costs: execute = the server's count of the result (for a join or a grouping, the work
+//    of running it once without keeping anything); the first read of row N = the select up
+//    to N plus one insert per new row; afterwards any copied row = a seek. Memory is bounded
+//    by the scratch database's page cache of 2 MB. The count is the result's size: when the
+//    select gives fewer rows by the time they are copied (the tables changed in between),
+//    the result ends where they end; rows beyond the count are not copied. A rollback on the
+//    connection ends the running select: it then runs again and skips the rows copied,
+//    which assumes it gives them in the same order (an ORDER BY makes sure of it).
+//    While a copy is partial its select stays open, and so the connection holds a read
+//    lock on the database files it reads: in a rollback journal, another connection's
+//    commit waits for it (busy_timeout) until the copy is complete or the cursor closes.
+//    A positioned delete removes the copy's row and notes its number, so the rows after
+//    it move up.
 //
 // A cursor reads rows from either kind through `read`, a block at a time, and keeps them
 // in its RowBuffer (rowbuffer.h); the current row is then set with setCurrent, without a
@@ -230,7 +244,8 @@ private:
 //
 // Invariants:
 //  1. The copy's rows have rowids 1 .. copied, less the rowids in `gaps` (deleted rows),
-//     which is sorted and without repeats; rowCount() == copied - gaps.size().
+//     which is sorted and without repeats; rowCount() == total - gaps.size(), copied <=
+//     total, and copied == total once the select ended.
 //  2. Row N of the result is the N-th smallest rowid of the copy.
 class MaterialisedResult : public ResultSet {
 public:
@@ -244,8 +259,10 @@ public:
     // Runs the select and copies it; OrvX on failure.
     void open();
 
-    VLong rowCount() const override { return m_copied - VLong(m_gaps.size()); }
+    VLong rowCount() const override { return m_total - VLong(m_gaps.size()); }
     VLong read(VLong first, VLong count, bool blobs, const RowSink& sink) override;
+    // Rows copied so far (for tests and the benchmark).
+    VLong copiedRows() const { return m_copied; }
     void readCurrent(const RowSink& sink) override;
     VLong valueLength(int col) override;
     bool leavesOut(int) const override { return false; }
@@ -257,6 +274,9 @@ public:
 
 private:
     std::int64_t rowidOf(VLong row) const;
+    // Copies rows of the running select until the copy holds rowid `rowid` or the result
+    // ends.
+    void copyUpTo(std::int64_t rowid);
 
     std::shared_ptr<StatementState> m_statement;
     std::vector<SqlValue> m_values;
@@ -266,6 +286,11 @@ private:
     std::string m_name;
     int m_columns;
     VLong m_copied = 0;
+    VLong m_total = 0;   // the result's size: the count, or the rows copied once it ended
+    bool m_done = false; // the select ran to its end (or to the count)
+    int m_sourceColumns = 0;
+    sqlite3_stmt* m_src = nullptr; // the running select
+    sqlite3_stmt* m_ins = nullptr; // the insert into the copy
     std::vector<std::int64_t> m_gaps;
     std::int64_t m_currentRowid = 0;
     sqlite3_stmt* m_read = nullptr;

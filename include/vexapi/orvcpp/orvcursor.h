@@ -33,7 +33,13 @@ enum OrvFetch : short {
 // of any size keeps the client's memory bounded (resultset.h tells how, with its costs).
 // A select that reads one table row by row (no join, grouping, DISTINCT or aggregate) reads
 // that table live by its row key; every other select, and any select on a cursor created
-// with `snapshot` true, is copied at execute into the connection's private temporary store.
+// with `snapshot` true, is copied into the connection's private temporary store as far as
+// its rows are read: execute counts the result ("SELECT count(*) FROM (<select>)", the cost
+// of running it once without keeping rows) and the first read of row N copies the rows up
+// to N. So the first screen of a join over a million rows costs about a count and a page,
+// and the last row the whole copy. While a copy is partial its select stays open on the
+// connection (a read lock on the files it reads). A statement that can't be counted so (a
+// PRAGMA) is copied whole at execute.
 //
 // Fetched rows: `fetch` copies the row it positions on to the client, and getData reads
 // that copy (a blob is read from the result when asked for, as it may be large). A fetched

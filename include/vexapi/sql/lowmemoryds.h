@@ -107,6 +107,7 @@ public:
     void setParamDBLink(int param, int dbParam);
     void setParamOffset(int param, int offset);
     int getParamOffset(int param) const;
+    const Param* paramDef(int param) const { return inRange(param, paramCount()) ? &m_params[param - 1] : nullptr; }
 
     // Bytes of a value slot of `type` declared with `len`, before rounding to 8.
     static int slotSize(Type type, int len);
