@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 namespace {
 
 void loadSql(SqlEditLex& editor, const std::string& text)
@@ -183,6 +186,56 @@ TEST(SqlBlocks, EditsKeepBlocksAndTagsInStep)
     editor.analyseLayout();
     EXPECT_FALSE(editor.layoutDue());
     EXPECT_EQ(40u, editor.blocks().size());
+}
+
+} // namespace
+
+namespace {
+
+// Random edits of a SQL script with blocks, strings, comments and numbers; after each, the
+// tags (numbers included) equal a full parse, and so do the blocks the analysis finds.
+TEST(SqlRandomized, TagsAndBlocksFollowEveryEdit)
+{
+    std::mt19937 random(7031u);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(random); };
+    static const char* pieces[] = {"BEGIN", " ", "END", ";", "CASE", "IF", "END IF", "LOOP", "'", "\"", "--",
+                                   "/*", "*/", "42", "x1", "WHEN", "TRANSACTION", "(", ")", "3.5"};
+    auto piece = [&]() { return std::string(pieces[pick(0, int(sizeof pieces / sizeof *pieces) - 1)]); };
+    SqlEditLex editor;
+    std::string text;
+    for (int i = 0; i < 30; ++i)
+        text += (i ? "\n" : "") + piece() + " " + piece() + " " + piece();
+    loadSql(editor, text);
+    for (int step = 0; step < 1500; ++step) {
+        CEditStringArray* doc = editor.GetDocument();
+        const int row = pick(0, doc->GetRowCount() - 1);
+        CEditString* r = doc->GetString(row);
+        int col = pick(0, r->GetLength());
+        if (r->ownerOf(col))
+            col = 0;
+        const int op = pick(0, 9);
+        if (op < 5) {
+            WString w = W(piece() + (pick(0, 1) ? " " : ""));
+            r->InsertPlainText(w.c_str(), col);
+            send(&editor, &CSrcEditLex::doParse, row, row);
+        } else if (op < 7) {
+            r->DeleteEditString(col, std::min(col + pick(1, 5), r->GetLength()));
+            send(&editor, &CSrcEditLex::doParse, row, row);
+        } else if (op < 8) {
+            doc->InsString(r->CutEditString(col, r->GetLength()), row + 1);
+            send(&editor, &CSrcEditLex::onInsertRow, row + 1, 1);
+            send(&editor, &CSrcEditLex::doParse, row, row + 1);
+        } else if (op < 9) {
+            editor.foldAt(row);
+        } else {
+            editor.unfoldAt(row);
+        }
+        ASSERT_EQ(0, editor.checkInvariants()) << "step " << step;
+        std::string incremental = dumpTags(editor.GetTags());
+        std::string blocks = blocksOf(editor);
+        ASSERT_EQ(incremental, fullParse(editor)) << "step " << step;
+        ASSERT_EQ(blocks, blocksOf(editor)) << "step " << step;
+    }
 }
 
 } // namespace
