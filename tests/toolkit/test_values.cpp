@@ -1,6 +1,5 @@
 // The geometry and colour records, and the XML forms of Rect, Color and Font.
 #include <vexapi/toolkit/color.h>
-#include <vexapi/toolkit/font.h>
 #include <vexapi/toolkit/geometry.h>
 
 #include <gtest/gtest.h>
