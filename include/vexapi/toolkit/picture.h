@@ -1,0 +1,49 @@
+// Picture: a shared bitmap with an optional transparency mask.
+#pragma once
+
+#include <vexapi/toolkit/bitmap.h>
+
+#include <cstddef>
+#include <vector>
+
+// A copy shares the bitmap, the mask and the count (one increment). The last release
+// detaches the mask from the bitmap and deletes both.
+class VEXAPI_API Picture {
+public:
+    Picture() = default;
+    // Takes both bitmaps (either may be null; a null bitmap gives an empty picture).
+    Picture(Bitmap* bitmap, Bitmap* mask);
+    Picture(const Picture& o) : m_shared(o.m_shared) { if (m_shared) ++m_shared->refs; }
+    Picture& operator=(const Picture& o);
+    ~Picture() { clear(); }
+
+    // Bitmap files and PNG files.
+    bool create(const WChar* path);
+    bool create(const void* data, std::size_t size);
+    // The picture with the mask of the colour of its bottom left pixel.
+    bool createTransparent(const WChar* path);
+    bool createTransparentFromBMP(const void* data, std::size_t size);
+    bool createTransparentFromBMP(const void* data, std::size_t size, const Color& transparent);
+
+    bool saveBMP(std::vector<unsigned char>& out) const;
+    bool savePNG(const WChar* path) const;
+    bool savePNG(std::vector<unsigned char>& out) const;
+
+    void clear();
+    bool empty() const { return !m_shared || !m_shared->bitmap; }
+    int width() const { return empty() ? 0 : m_shared->bitmap->getWidth(); }
+    int height() const { return empty() ? 0 : m_shared->bitmap->getHeight(); }
+    Bitmap* bitmap() const { return m_shared ? m_shared->bitmap : nullptr; }
+    Bitmap* mask() const { return m_shared ? m_shared->mask : nullptr; }
+    int useCount() const { return m_shared ? m_shared->refs : 0; }
+    // A new picture of w by h.
+    Picture scale(int w, int h) const;
+
+private:
+    struct Shared {
+        Bitmap* bitmap = nullptr;
+        Bitmap* mask = nullptr;
+        int refs = 1;
+    };
+    Shared* m_shared = nullptr;
+};
