@@ -463,10 +463,18 @@ void Painter::drawStretchedWithMask(const Rect& r, const Bitmap* bitmap, const B
         Painter p(&stretched, m_device);
         p.drawStretchedBitmap(Rect(0, 0, r.width(), r.height()), bitmap, CopySource);
     }
-    {
-        Painter p(&stretchedMask, m_device);
-        p.drawStretchedBitmap(Rect(0, 0, r.width(), r.height()), mask, CopySource);
+    // The mask keeps two colours: stretched by dropping pixels, not by blending them.
+    Bitmap& maskSource = const_cast<Bitmap&>(*mask);
+    if (!stretchedMask.begin(m_device))
+        return;
+    if (maskSource.begin(&stretchedMask)) {
+        stretchedMask.surface()->setStretchMode(3);
+        stretchedMask.surface()->stretchBlt(0, 0, r.width(), r.height(), maskSource.surface(),
+                                            0, 0, maskSource.getWidth(),
+                                            maskSource.getHeight(), SrcCopy);
+        maskSource.end();
     }
+    stretchedMask.end();
     if (!stretched.begin(m_device))
         return;
     drawMasked(r.left, r.top, r.width(), r.height(), stretched, stretchedMask, op);

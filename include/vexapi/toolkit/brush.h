@@ -9,10 +9,10 @@ class Bitmap;
 // 0 is no brush at all; 1 to 6 are hatch patterns.
 enum HatchStyle : int {
     HatchNone = 0,
-    HatchDiagonalCross = 1,
-    HatchBackDiagonal = 2,
+    HatchBackDiagonal = 1, // lines from the bottom left up to the top right
+    HatchForwardDiagonal = 2,
     HatchCross = 3,
-    HatchDiagonal = 4,
+    HatchDiagonalCross = 4,
     HatchHorizontal = 5,
     HatchVertical = 6
 };
