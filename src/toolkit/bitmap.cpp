@@ -251,19 +251,24 @@ Bitmap* Bitmap::createMask(const Color& color, bool monochrome) const
 
 Bitmap* Bitmap::scale(int w, int h) const
 {
-    if (!isValidBitmap() || w <= 0 || h <= 0)
+    // Nearest pixel: a mask keeps its two colours and a picture its exact ones.
+    std::vector<VULong> source;
+    if (w <= 0 || h <= 0 || !pixels(source))
         return nullptr;
-    Bitmap* out = new Bitmap(w, h, m_depth == 1 ? 1 : 32);
-    Painter p(out);
-    if (!p.IsActive()) {
-        delete out;
+    std::vector<VULong> out(std::size_t(w) * h);
+    for (int y = 0; y < h; ++y) {
+        std::size_t sy = std::size_t(y) * m_height / h;
+        for (int x = 0; x < w; ++x)
+            out[std::size_t(y) * w + x] = source[sy * m_width + std::size_t(x) * m_width / w];
+    }
+    Bitmap* result = new Bitmap(w, h, m_depth == 1 ? 1 : 32);
+    if (!result->setPixels(out)) {
+        delete result;
         return nullptr;
     }
-    p.drawStretchedBitmap(Rect(0, 0, w, h), this, CopySource);
-    p.end();
     if (m_mask)
-        out->setMask(m_mask->scale(w, h));
-    return out;
+        result->setMask(m_mask->scale(w, h));
+    return result;
 }
 
 Picture Bitmap::createPicture() const

@@ -481,6 +481,12 @@ void Painter::drawStretchedWithMask(const Rect& r, const Bitmap* bitmap, const B
     stretched.end();
 }
 
+void Painter::drawMetafile(const Rect& r, const Metafile* metafile)
+{
+    if (m_device && metafile && !metafile->isEmpty() && !metafile->isActive())
+        platform::playMetafile(surface(), metafile->handle(), r);
+}
+
 void Painter::scrollRect(const Rect& r, int dx, int dy, const Rect* clip)
 {
     if (m_device)

@@ -143,3 +143,38 @@ GraphicHandle createCompatibleBitmap(Surface* compatible, int width, int height)
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+// Enhanced metafiles recorded in memory. closeMetafileSurface ends the recording and gives
+// the metafile (null on failure); its bounds are in device pixels.
+Surface* openMetafileSurface(Surface* reference);
+GraphicHandle closeMetafileSurface(Surface* surface);
+Rect metafileBounds(GraphicHandle metafile);
+void playMetafile(Surface* surface, GraphicHandle metafile, const Rect& rect);
+void deleteMetafile(GraphicHandle metafile);
+
+// Printing. A printer context comes from the print dialog, or from the default printer
+// without one; the settings go in and come back (pages and copies) as the user chose.
+struct PrintSettings {
+    int orientation = 0; // 0 portrait, otherwise landscape
+    int minPage = 1;
+    int maxPage = 1;
+    int fromPage = 1;
+    int toPage = 1;
+    int numCopies = 1;
+};
+Surface* openPrinter(void* owner, bool useDefault, PrintSettings& settings);
+void closePrinter(Surface* printer);
+// Installs the abort procedure (which goes on while *aborted is false) and starts the
+// document; gives StartDoc's result.
+int startDocument(Surface* printer, const WChar* title, const bool* aborted);
+int startPage(Surface* printer);
+int endPage(Surface* printer);
+int endDocument(Surface* printer);
+int abortDocument(Surface* printer);
+void removeAbortProcedure(Surface* printer);
+
+} // namespace platform
+} // namespace VexAPI

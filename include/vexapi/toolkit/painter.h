@@ -7,6 +7,7 @@
 #include <vexapi/toolkit/color.h>
 #include <vexapi/toolkit/font.h>
 #include <vexapi/toolkit/geometry.h>
+#include <vexapi/toolkit/metafile.h>
 #include <vexapi/toolkit/paintdevice.h>
 #include <vexapi/toolkit/pen.h>
 #include <vexapi/toolkit/picture.h>
@@ -151,6 +152,8 @@ public:
     void drawStretchedBitmap(const Rect& r, const Bitmap* bitmap, CopyOp op = CopySource);
     void drawPicture(int x, int y, const Picture& picture, CopyOp op = CopySource);
     void drawStretchedPicture(const Rect& r, const Picture& picture, CopyOp op = CopySource);
+    // Plays a recording into r (nothing for an empty or recording one).
+    void drawMetafile(const Rect& r, const Metafile* metafile);
     // Moves the pixels of r by (dx, dy), within clip (r when null).
     void scrollRect(const Rect& r, int dx, int dy, const Rect* clip = nullptr);
     // Copies the w by h pixels at (sx, sy) of this painter's device to (x, y).

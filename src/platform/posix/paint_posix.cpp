@@ -359,3 +359,25 @@ void closeBitmapSurface(Surface*) {}
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+// Without a window system there is nothing to record into and no printer to open.
+Surface* openMetafileSurface(Surface*) { return nullptr; }
+GraphicHandle closeMetafileSurface(Surface*) { return nullptr; }
+Rect metafileBounds(GraphicHandle) { return Rect(); }
+void playMetafile(Surface*, GraphicHandle, const Rect&) {}
+void deleteMetafile(GraphicHandle) {}
+
+Surface* openPrinter(void*, bool, PrintSettings&) { return nullptr; }
+void closePrinter(Surface*) {}
+int startDocument(Surface*, const WChar*, const bool*) { return 0; }
+int startPage(Surface*) { return 0; }
+int endPage(Surface*) { return 0; }
+int endDocument(Surface*) { return 0; }
+int abortDocument(Surface*) { return 0; }
+void removeAbortProcedure(Surface*) {}
+
+} // namespace platform
+} // namespace VexAPI
