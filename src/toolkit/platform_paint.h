@@ -178,3 +178,17 @@ void removeAbortProcedure(Surface* printer);
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+// A window's client context (GetDC); null without one.
+Surface* openWindowSurface(void* window);
+void closeWindowSurface(Surface* surface);
+// The paint cycle's context (BeginPaint); `update` receives the update region taken before
+// it, which the caller then owns.
+Surface* openPaintSurface(void* window, GraphicHandle* update);
+void closePaintSurface(Surface* surface);
+
+} // namespace platform
+} // namespace VexAPI

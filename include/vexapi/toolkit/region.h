@@ -19,6 +19,9 @@ public:
     // Fewer points, or a null array, give the null region.
     Region(const Point* points, int count, bool winding = false);
 
+    // Takes a platform region (deleted with the last copy).
+    static Region adopt(void* handle) { return Region(handle); }
+
     bool isNull() const { return m_handle.get() == nullptr; }
     bool isEmpty() const;
     bool contains(const Point& p) const;

@@ -381,3 +381,20 @@ void removeAbortProcedure(Surface*) {}
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+// No windows to draw on without a window system.
+Surface* openWindowSurface(void*) { return nullptr; }
+void closeWindowSurface(Surface*) {}
+Surface* openPaintSurface(void*, GraphicHandle* update)
+{
+    if (update)
+        *update = nullptr;
+    return nullptr;
+}
+void closePaintSurface(Surface*) {}
+
+} // namespace platform
+} // namespace VexAPI
