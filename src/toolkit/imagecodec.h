@@ -29,3 +29,14 @@ bool encodePng(const ImagePixels& image, std::vector<unsigned char>& out);
 
 } // namespace detail
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace detail {
+
+bool isJpeg(const unsigned char* data, std::size_t size);
+bool decodeJpeg(const unsigned char* data, std::size_t size, ImagePixels& out);
+// quality 1 to 100 (clamped).
+bool encodeJpeg(const ImagePixels& image, int quality, std::vector<unsigned char>& out);
+
+} // namespace detail
+} // namespace VexAPI

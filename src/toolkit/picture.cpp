@@ -4,6 +4,7 @@
 #include <vexapi/core/textfile.h>
 
 #include "imagecodec.h"
+#include "platform_paint.h"
 
 #include <cstdio>
 
@@ -73,10 +74,13 @@ bool Picture::create(const void* data, std::size_t size)
     const unsigned char* bytes = static_cast<const unsigned char*>(data);
     Bitmap* bitmap = new Bitmap;
     bool ok = false;
-    if (VexAPI::detail::isPng(bytes, size)) {
+    if (VexAPI::detail::isPng(bytes, size) || VexAPI::detail::isJpeg(bytes, size)) {
         ImagePixels image;
-        ok = VexAPI::detail::decodePng(bytes, size, image) &&
-             bitmap->create(image.width, image.height, 32) && bitmap->setPixels(image.pixels);
+        bool decoded = VexAPI::detail::isPng(bytes, size)
+                           ? VexAPI::detail::decodePng(bytes, size, image)
+                           : VexAPI::detail::decodeJpeg(bytes, size, image);
+        ok = decoded && bitmap->create(image.width, image.height, 32) &&
+             bitmap->setPixels(image.pixels);
     } else {
         ok = bitmap->create(data, size);
     }
@@ -138,6 +142,37 @@ bool Picture::savePNG(const WChar* path) const
         return false;
     bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
     return std::fclose(f) == 0 && ok;
+}
+
+bool Picture::saveJPEG(std::vector<unsigned char>& out, int quality) const
+{
+    if (empty())
+        return false;
+    ImagePixels image;
+    image.width = width();
+    image.height = height();
+    return m_shared->bitmap->pixels(image.pixels) &&
+           VexAPI::detail::encodeJpeg(image, quality, out);
+}
+
+bool Picture::saveJPEG(const WChar* path, int quality) const
+{
+    std::vector<unsigned char> data;
+    if (!saveJPEG(data, quality))
+        return false;
+    FILE* f = path ? wfopen(path, "wb") : nullptr;
+    if (!f)
+        return false;
+    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
+    return std::fclose(f) == 0 && ok;
+}
+
+void* Picture::createHICON() const
+{
+    if (empty())
+        return nullptr;
+    return VexAPI::platform::createIcon(m_shared->bitmap->getHandle(),
+                                        m_shared->mask ? m_shared->mask->getHandle() : nullptr);
 }
 
 Picture Picture::scale(int w, int h) const

@@ -192,3 +192,13 @@ void closePaintSurface(Surface* surface);
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+// An icon of a colour bitmap and its mask (set where drawn; none: all drawn); the caller
+// destroys it. Null where the platform has no icons.
+void* createIcon(GraphicHandle color, GraphicHandle mask);
+
+} // namespace platform
+} // namespace VexAPI

@@ -2,6 +2,7 @@
 // the line regions, bitmaps in file forms, pictures and their sharing.
 #include <vexapi/toolkit/painter.h>
 
+#include <vexapi/app/mainentry.h>
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wstring.h>
 
@@ -353,4 +354,30 @@ TEST(Pictures, ToolbarLooks)
     EXPECT_EQ(0u, down.bitmap()->pixel(1, 1));
     EXPECT_NE(down.bitmap()->pixel(0, 0), down.bitmap()->pixel(1, 0)); // the checker
     EXPECT_TRUE(Painter::grayPicture(Picture()).empty());
+}
+
+TEST(Pictures, JpegRoundTripIsClose)
+{
+    Bitmap b(16, 8);
+    std::vector<VULong> px(128, 0x3080C0);
+    b.setPixels(px);
+    std::vector<unsigned char> jpeg;
+    ASSERT_TRUE(b.createPicture().saveJPEG(jpeg, 95));
+    Picture back;
+    ASSERT_TRUE(back.create(jpeg.data(), jpeg.size()));
+    EXPECT_EQ(16, back.width());
+    VULong c = back.bitmap()->pixel(8, 4);
+    EXPECT_NEAR(0xC0, int(c & 0xFF), 3);
+    EXPECT_NEAR(0x80, int((c >> 8) & 0xFF), 3);
+    EXPECT_NEAR(0x30, int((c >> 16) & 0xFF), 3);
+    jpeg.resize(jpeg.size() / 2); // cut short: refused, not a crash
+    jpeg[3] = 0x00;
+    Picture bad;
+    bad.create(jpeg.data(), jpeg.size());
+    EXPECT_FALSE(Picture().saveJPEG(jpeg));
+}
+
+TEST(Entry, FontSubstitutionHookInstalled)
+{
+    EXPECT_NE(nullptr, EntryHooks::setFontSubstitutionFile);
 }

@@ -17,7 +17,7 @@ public:
     Picture& operator=(const Picture& o);
     ~Picture() { clear(); }
 
-    // Bitmap files and PNG files.
+    // Bitmap files, PNG and JPEG files.
     bool create(const WChar* path);
     bool create(const void* data, std::size_t size);
     // The picture with the mask of the colour of its bottom left pixel.
@@ -28,6 +28,11 @@ public:
     bool saveBMP(std::vector<unsigned char>& out) const;
     bool savePNG(const WChar* path) const;
     bool savePNG(std::vector<unsigned char>& out) const;
+    bool saveJPEG(std::vector<unsigned char>& out, int quality = 90) const;
+    bool saveJPEG(const WChar* path, int quality = 90) const;
+    // A platform icon (an HICON on Windows) of the bitmap and mask, owned by the caller;
+    // null for an empty picture or where the platform has no icons.
+    void* createHICON() const;
 
     void clear();
     bool empty() const { return !m_shared || !m_shared->bitmap; }

@@ -398,3 +398,11 @@ void closePaintSurface(Surface*) {}
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+void* createIcon(GraphicHandle, GraphicHandle) { return nullptr; }
+
+} // namespace platform
+} // namespace VexAPI

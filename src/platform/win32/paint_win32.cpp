@@ -413,3 +413,41 @@ void closeBitmapSurface(Surface* surface)
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+void* createIcon(GraphicHandle color, GraphicHandle mask)
+{
+    int w = 0, h = 0, d = 0;
+    if (!bitmapInfo(color, w, h, d))
+        return nullptr;
+    // An icon's AND mask is set where the screen shows through, the reverse of ours, and
+    // its colour bitmap must be black there, or the screen's colours are inverted.
+    std::vector<VULong> maskPixels, colorPixels;
+    bool masked = mask && readBitmapPixels(mask, maskPixels);
+    if (!readBitmapPixels(color, colorPixels))
+        return nullptr;
+    if (!masked)
+        maskPixels.assign(colorPixels.size(), 0xFFFFFF);
+    for (std::size_t i = 0; i < colorPixels.size(); ++i) {
+        if (!maskPixels[i])
+            colorPixels[i] = 0;
+        maskPixels[i] = maskPixels[i] ? 0 : 0xFFFFFF;
+    }
+    HBITMAP andMask = static_cast<HBITMAP>(createBitmap(w, h, 1));
+    HBITMAP xorColor = static_cast<HBITMAP>(createBitmap(w, h, 32));
+    writeBitmapPixels(andMask, maskPixels);
+    writeBitmapPixels(xorColor, colorPixels);
+    ICONINFO info{};
+    info.fIcon = TRUE;
+    info.hbmColor = xorColor;
+    info.hbmMask = andMask;
+    HICON icon = CreateIconIndirect(&info);
+    DeleteObject(andMask);
+    DeleteObject(xorColor);
+    return icon;
+}
+
+} // namespace platform
+} // namespace VexAPI

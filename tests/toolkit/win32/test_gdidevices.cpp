@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <iostream>
 
 TEST(GdiMetafile, RecordAndPlayBack)
@@ -71,4 +73,22 @@ TEST(GdiPrinter, JobOnTheDefaultPrinter)
     EXPECT_FALSE(printer.abort());
     printer.end(); // the aborted job is not touched
     EXPECT_EQ(0, printer.checkInvariants());
+}
+
+TEST(GdiPicture, IconOfAMaskedPicture)
+{
+    Bitmap* b = new Bitmap(16, 16);
+    b->setPixels(std::vector<VULong>(256, 0x0000FF));
+    Picture p(b, b->createMask(false));
+    HICON icon = static_cast<HICON>(p.createHICON());
+    ASSERT_NE(nullptr, icon);
+    ICONINFO info{};
+    ASSERT_TRUE(GetIconInfo(icon, &info));
+    BITMAP bm{};
+    GetObjectW(info.hbmColor, sizeof bm, &bm);
+    EXPECT_EQ(16, bm.bmWidth);
+    DeleteObject(info.hbmColor);
+    DeleteObject(info.hbmMask);
+    DestroyIcon(icon);
+    EXPECT_EQ(nullptr, Picture().createHICON());
 }
