@@ -53,7 +53,7 @@ bool decodeBmp(const unsigned char* data, std::size_t size, ImagePixels& out)
     bool bottomUp = height > 0;
     if (height < 0)
         height = -height;
-    if (width <= 0 || height <= 0 || width > 32768 || height > 32768)
+    if (!acceptableSize(width, height))
         return false;
     if (compression != 0 && !(compression == 3 && bits == 32))
         return false;
@@ -165,6 +165,10 @@ bool decodePng(const unsigned char* data, std::size_t size, ImagePixels& out)
     image.version = PNG_IMAGE_VERSION;
     if (!png_image_begin_read_from_memory(&image, data, size))
         return false;
+    if (!acceptableSize(image.width, image.height)) {
+        png_image_free(&image);
+        return false;
+    }
     image.format = PNG_FORMAT_RGBA;
     std::vector<unsigned char> buffer(PNG_IMAGE_SIZE(image));
     if (!png_image_finish_read(&image, nullptr, buffer.data(), 0, nullptr)) {

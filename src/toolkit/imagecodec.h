@@ -10,6 +10,15 @@
 namespace VexAPI {
 namespace detail {
 
+// The largest image the decoders accept: a side of 32768 and 64M pixels in all, so that a
+// header claiming more cannot make them allocate gigabytes.
+const int MaxImageSide = 32768;
+const long long MaxImagePixels = 1LL << 26;
+inline bool acceptableSize(long long w, long long h)
+{
+    return w > 0 && h > 0 && w <= MaxImageSide && h <= MaxImageSide && w * h <= MaxImagePixels;
+}
+
 struct ImagePixels {
     int width = 0;
     int height = 0;

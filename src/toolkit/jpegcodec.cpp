@@ -49,6 +49,10 @@ bool decodeJpeg(const unsigned char* data, std::size_t size, ImagePixels& out)
     jpeg_create_decompress(&info);
     jpeg_mem_src(&info, const_cast<unsigned char*>(data), static_cast<unsigned long>(size));
     jpeg_read_header(&info, TRUE);
+    if (!acceptableSize(info.image_width, info.image_height)) {
+        jpeg_destroy_decompress(&info);
+        return false;
+    }
     info.out_color_space = JCS_RGB;
     jpeg_start_decompress(&info);
     out.width = int(info.output_width);
