@@ -141,6 +141,13 @@ bool Font::setSubstitutionFile(const WChar* path)
     char from[MaxLine + 1];
     char to[MaxLine + 1];
     while (std::fgets(line, sizeof line, f)) {
+        if (!std::strchr(line, '\n') && !std::feof(f)) {
+            // Longer than a line may be: skipped whole, not read on as another line.
+            int c;
+            while ((c = std::fgetc(f)) != EOF && c != '\n') {
+            }
+            continue;
+        }
         int fromSize = 0, toSize = 0;
         if (std::sscanf(line, " %1024[^,], %d <-> %1024[^,], %d", from, &fromSize, to,
                         &toSize) != 4)

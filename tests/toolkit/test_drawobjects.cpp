@@ -123,7 +123,8 @@ TEST_F(TempDir, FontSubstitutionFile)
     WString path = write("fonts.sub", "# fonts of the old machines\n"
                                       "Arial, 10 <-> Tahoma, 12\n"
                                       "Helv 10 Tahoma 12\n"
-                                      "  MS Sans Serif, 8 <-> Verdana, 7\n");
+                                      "  MS Sans Serif, 8 <-> Verdana, 7\n" +
+                                      std::string(1100, 'x') + "Courier, 1 <-> Arial, 2\n");
     ASSERT_TRUE(Font::setSubstitutionFile(path.c_str()));
     Font a(WSTR("arial"), 14);
     EXPECT_EQ("Tahoma", utf8(a.name()));
@@ -133,7 +134,7 @@ TEST_F(TempDir, FontSubstitutionFile)
     EXPECT_EQ(9, s.size());
     Font h(WSTR("Helv"), 10); // its line has no arrow: skipped
     EXPECT_EQ("Helv", utf8(h.name()));
-    Font c(WSTR("Courier"), 11); // not listed
+    Font c(WSTR("Courier"), 11); // listed only past the end of an overlong line
     EXPECT_EQ("Courier", utf8(c.name()));
     // Read back from XML, a font goes through substitution again.
     XMLElementA e("F");
