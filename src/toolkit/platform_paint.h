@@ -202,3 +202,14 @@ void* createIcon(GraphicHandle color, GraphicHandle mask);
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+// A surface over a context someone else opened and closes (the window layer's paint
+// context); releasing it leaves the context open.
+Surface* adoptContext(void* context);
+void releaseAdoptedContext(Surface* surface);
+
+} // namespace platform
+} // namespace VexAPI

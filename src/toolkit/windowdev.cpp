@@ -63,6 +63,12 @@ WindowPaintDev::~WindowPaintDev()
 
 platform::Surface* WindowPaintDev::open()
 {
+    if (m_context) {
+        platform::Surface* adopted = platform::adoptContext(m_context);
+        if (adopted)
+            m_clip = Region(adopted->clipBox());
+        return adopted;
+    }
     platform::GraphicHandle update = nullptr;
     platform::Surface* s = platform::openPaintSurface(m_window, &update);
     if (!s) {
@@ -74,7 +80,13 @@ platform::Surface* WindowPaintDev::open()
     return s;
 }
 
-void WindowPaintDev::close(platform::Surface* surface) { platform::closePaintSurface(surface); }
+void WindowPaintDev::close(platform::Surface* surface)
+{
+    if (m_context)
+        platform::releaseAdoptedContext(surface);
+    else
+        platform::closePaintSurface(surface);
+}
 
 ScrollOrigin::~ScrollOrigin() = default;
 

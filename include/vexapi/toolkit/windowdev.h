@@ -27,15 +27,20 @@ protected:
 };
 
 // Inside the paint cycle: the clip is the window's update region, and the cycle ends with
-// the last end.
+// the last end. Made on a paint context the window layer already opened (the HDC of its
+// BeginPaint), begin draws on that context, with its clip box as the clip, and end leaves
+// the context to the window layer.
 class VEXAPI_API WindowPaintDev : public WindowClientDev {
 public:
-    explicit WindowPaintDev(void* windowHandle) : WindowClientDev(windowHandle) {}
+    explicit WindowPaintDev(void* windowHandle, void* paintContext = nullptr)
+        : WindowClientDev(windowHandle), m_context(paintContext) {}
     ~WindowPaintDev() override;
 
 protected:
     VexAPI::platform::Surface* open() override;
     void close(VexAPI::platform::Surface* surface) override;
+
+    void* m_context;
 };
 
 // The scroll position of a container: what its content's (0, 0) is scrolled by.
@@ -62,8 +67,8 @@ protected:
 
 class VEXAPI_API ContainerPaintDev : public WindowPaintDev {
 public:
-    ContainerPaintDev(void* windowHandle, const ScrollOrigin* view)
-        : WindowPaintDev(windowHandle), m_view(view) {}
+    ContainerPaintDev(void* windowHandle, const ScrollOrigin* view, void* paintContext = nullptr)
+        : WindowPaintDev(windowHandle, paintContext), m_view(view) {}
     ~ContainerPaintDev() override;
 
 protected:

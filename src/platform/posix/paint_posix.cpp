@@ -406,3 +406,12 @@ void* createIcon(GraphicHandle, GraphicHandle) { return nullptr; }
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+Surface* adoptContext(void*) { return nullptr; }
+void releaseAdoptedContext(Surface*) {}
+
+} // namespace platform
+} // namespace VexAPI

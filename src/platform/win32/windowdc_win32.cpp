@@ -83,3 +83,59 @@ void closePaintSurface(Surface* surface)
 
 } // namespace platform
 } // namespace VexAPI
+
+namespace VexAPI {
+namespace platform {
+
+namespace {
+
+// Remembers what the owner of the context had selected, and gives it back on release:
+// the owner goes on drawing on the context after the painter.
+class AdoptedSurface : public GdiSurface {
+public:
+    explicit AdoptedSurface(HDC dc)
+        : GdiSurface(dc, Window, nullptr), m_pen(GetCurrentObject(dc, OBJ_PEN)),
+          m_brush(GetCurrentObject(dc, OBJ_BRUSH)), m_font(GetCurrentObject(dc, OBJ_FONT)),
+          m_textColor(GetTextColor(dc)), m_backColor(GetBkColor(dc)), m_drawMode(GetROP2(dc)),
+          m_backgroundMode(GetBkMode(dc))
+    {
+        GetViewportOrgEx(dc, &m_origin);
+    }
+    void giveBack()
+    {
+        HDC dc = this->dc();
+        SelectObject(dc, m_pen);
+        SelectObject(dc, m_brush);
+        SelectObject(dc, m_font);
+        SetTextColor(dc, m_textColor);
+        SetBkColor(dc, m_backColor);
+        SetROP2(dc, m_drawMode);
+        SetBkMode(dc, m_backgroundMode);
+        SetViewportOrgEx(dc, m_origin.x, m_origin.y, nullptr);
+    }
+
+private:
+    HGDIOBJ m_pen, m_brush, m_font;
+    COLORREF m_textColor, m_backColor;
+    int m_drawMode, m_backgroundMode;
+    POINT m_origin{0, 0};
+};
+
+} // namespace
+
+Surface* adoptContext(void* context)
+{
+    return context ? new AdoptedSurface(static_cast<HDC>(context)) : nullptr;
+}
+
+void releaseAdoptedContext(Surface* surface)
+{
+    AdoptedSurface* s = static_cast<AdoptedSurface*>(surface);
+    if (!s)
+        return;
+    s->giveBack();
+    delete s;
+}
+
+} // namespace platform
+} // namespace VexAPI
