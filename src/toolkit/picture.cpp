@@ -32,6 +32,7 @@ Picture& Picture::operator=(const Picture& o)
 
 void Picture::clear()
 {
+    freeSaved();
     Shared* s = m_shared;
     m_shared = nullptr;
     if (!s || --s->refs > 0)
@@ -184,4 +185,37 @@ Picture Picture::scale(int w, int h) const
         return Picture();
     Bitmap* mask = m_shared->mask ? m_shared->mask->scale(w, h) : nullptr;
     return Picture(bitmap, mask);
+}
+
+const unsigned char* Picture::keepSaved(bool ok, int* size)
+{
+    if (!ok)
+        m_saved.clear();
+    if (size)
+        *size = ok ? int(m_saved.size()) : 0;
+    return ok && !m_saved.empty() ? m_saved.data() : nullptr;
+}
+
+const unsigned char* Picture::saveBMP(int* size)
+{
+    std::vector<unsigned char> out;
+    bool ok = saveBMP(out);
+    m_saved.swap(out);
+    return keepSaved(ok, size);
+}
+
+const unsigned char* Picture::savePNG(int* size)
+{
+    std::vector<unsigned char> out;
+    bool ok = savePNG(out);
+    m_saved.swap(out);
+    return keepSaved(ok, size);
+}
+
+const unsigned char* Picture::saveJPEG(int* size, int quality)
+{
+    std::vector<unsigned char> out;
+    bool ok = saveJPEG(out, quality);
+    m_saved.swap(out);
+    return keepSaved(ok, size);
 }

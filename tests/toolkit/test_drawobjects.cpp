@@ -378,6 +378,24 @@ TEST(Pictures, JpegRoundTripIsClose)
     EXPECT_FALSE(Picture().saveJPEG(jpeg));
 }
 
+TEST(Pictures, SavedBlocksStayUntilFreed)
+{
+    Bitmap b(3, 3);
+    Picture p = b.createPicture();
+    int size = -1;
+    const unsigned char* bmp = p.saveBMP(&size);
+    ASSERT_NE(nullptr, bmp);
+    EXPECT_EQ(int(b.getSize()), size);
+    EXPECT_EQ('B', bmp[0]);
+    const unsigned char* png = p.savePNG(&size);
+    ASSERT_NE(nullptr, png);
+    EXPECT_EQ(0x89, png[0]);
+    p.freeSaved();
+    Picture none;
+    EXPECT_EQ(nullptr, none.saveJPEG(&size));
+    EXPECT_EQ(0, size);
+}
+
 TEST(Entry, FontSubstitutionHookInstalled)
 {
     EXPECT_NE(nullptr, EntryHooks::setFontSubstitutionFile);

@@ -14,7 +14,17 @@ public:
     // Takes both bitmaps (either may be null; a null bitmap gives an empty picture).
     Picture(Bitmap* bitmap, Bitmap* mask);
     Picture(const Picture& o) : m_shared(o.m_shared) { if (m_shared) ++m_shared->refs; }
+    Picture(Picture&& o) noexcept : m_shared(o.m_shared) { o.m_shared = nullptr; }
     Picture& operator=(const Picture& o);
+    Picture& operator=(Picture&& o) noexcept
+    {
+        if (this != &o) {
+            clear();
+            m_shared = o.m_shared;
+            o.m_shared = nullptr;
+        }
+        return *this;
+    }
     ~Picture() { clear(); }
 
     // Bitmap files, PNG and JPEG files.
@@ -33,6 +43,12 @@ public:
     // A platform icon (an HICON on Windows) of the bitmap and mask, owned by the caller;
     // null for an empty picture or where the platform has no icons.
     void* createHICON() const;
+    // The file forms in a block this Picture object keeps until freeSaved, clear or the next
+    // save of this kind; *size receives its length (0 and null on failure).
+    const unsigned char* saveBMP(int* size);
+    const unsigned char* savePNG(int* size);
+    const unsigned char* saveJPEG(int* size, int quality = 90);
+    void freeSaved() { std::vector<unsigned char>().swap(m_saved); }
 
     void clear();
     bool empty() const { return !m_shared || !m_shared->bitmap; }
@@ -50,5 +66,8 @@ private:
         Bitmap* mask = nullptr;
         int refs = 1;
     };
+    const unsigned char* keepSaved(bool ok, int* size);
+
     Shared* m_shared = nullptr;
+    std::vector<unsigned char> m_saved; // of this object, not shared
 };
