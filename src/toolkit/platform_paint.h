@@ -57,7 +57,7 @@ Rect regionBox(GraphicHandle region);
 // every context can select.
 GraphicHandle createBitmap(int width, int height, int depth);
 bool bitmapInfo(GraphicHandle bitmap, int& width, int& height, int& depth);
-// Pixels as 0x00RRGGBB-free colour values in the toolkit's layout (red in the low byte),
+// Pixels as colour values in the toolkit's layout (red in the low byte, the high byte 0),
 // top row first. Gives false for a handle that is not a bitmap.
 bool readBitmapPixels(GraphicHandle bitmap, std::vector<VULong>& pixels);
 bool writeBitmapPixels(GraphicHandle bitmap, const std::vector<VULong>& pixels);
@@ -141,11 +141,6 @@ void closeBitmapSurface(Surface* surface);
 // A bitmap of the size compatible with the context (its colour format).
 GraphicHandle createCompatibleBitmap(Surface* compatible, int width, int height);
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 // Enhanced metafiles recorded in memory. closeMetafileSurface ends the recording and gives
 // the metafile (null on failure); its bounds are in device pixels.
@@ -176,11 +171,6 @@ int endDocument(Surface* printer);
 int abortDocument(Surface* printer);
 void removeAbortProcedure(Surface* printer);
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 // A window's client context (GetDC); null without one.
 Surface* openWindowSurface(void* window);
@@ -190,21 +180,11 @@ void closeWindowSurface(Surface* surface);
 Surface* openPaintSurface(void* window, GraphicHandle* update);
 void closePaintSurface(Surface* surface);
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 // An icon of a colour bitmap and its mask (set where drawn; none: all drawn); the caller
 // destroys it. Null where the platform has no icons.
 void* createIcon(GraphicHandle color, GraphicHandle mask);
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 // A surface over a context someone else opened and closes (the window layer's paint
 // context); releasing it leaves the context open.

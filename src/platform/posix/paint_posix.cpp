@@ -357,11 +357,6 @@ Surface* screenSurface() { return nullptr; }
 Surface* openBitmapSurface(Surface*, GraphicHandle) { return nullptr; }
 void closeBitmapSurface(Surface*) {}
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 // Without a window system there is nothing to record into and no printer to open.
 Surface* openMetafileSurface(Surface*) { return nullptr; }
@@ -379,11 +374,6 @@ int endDocument(Surface*) { return 0; }
 int abortDocument(Surface*) { return 0; }
 void removeAbortProcedure(Surface*) {}
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 // No windows to draw on without a window system.
 Surface* openWindowSurface(void*) { return nullptr; }
@@ -396,19 +386,9 @@ Surface* openPaintSurface(void*, GraphicHandle* update)
 }
 void closePaintSurface(Surface*) {}
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 void* createIcon(GraphicHandle, GraphicHandle) { return nullptr; }
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 Surface* adoptContext(void*) { return nullptr; }
 void releaseAdoptedContext(Surface*) {}

@@ -411,11 +411,6 @@ void closeBitmapSurface(Surface* surface)
     delete s;
 }
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 void* createIcon(GraphicHandle color, GraphicHandle mask)
 {

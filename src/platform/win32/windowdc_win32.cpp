@@ -81,11 +81,6 @@ void closePaintSurface(Surface* surface)
     delete s;
 }
 
-} // namespace platform
-} // namespace VexAPI
-
-namespace VexAPI {
-namespace platform {
 
 namespace {
 
