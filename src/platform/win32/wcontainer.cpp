@@ -1,0 +1,70 @@
+// WContainer: the native side of a container: commands and notifications of its child
+// windows, background filling and batched child moves.
+#include <vexapi/platform/win32/wcontainer.h>
+
+#include <windows.h>
+
+WContainer::WContainer() = default;
+
+WContainer::~WContainer()
+{
+    if (m_batch) // a batch left open is applied rather than leaked
+        EndDeferWindowPos(HDWP(m_batch));
+}
+
+bool WContainer::onSetFocus()
+{
+    return Container::onSetFocus();
+}
+
+bool WContainer::onCommand(unsigned short code, unsigned short id, void* hwnd)
+{
+    return getByHWND(hwnd) != nullptr;
+}
+
+void WContainer::beginMoveBatch()
+{
+    if (m_batch)
+        return;
+    m_batch = BeginDeferWindowPos(childCount() > 0 ? childCount() : 1);
+    m_deferMoves = m_batch != nullptr;
+}
+
+void WContainer::endMoveBatch()
+{
+    m_deferMoves = false;
+    if (m_batch) {
+        EndDeferWindowPos(HDWP(m_batch));
+        m_batch = nullptr;
+    }
+}
+
+std::intptr_t WContainer::procMessage(unsigned message, std::uintptr_t wParam,
+                                      std::intptr_t lParam)
+{
+    switch (message) {
+    case WM_COMMAND:
+        send(this, &WContainer::onCommand, static_cast<unsigned short>(HIWORD(wParam)),
+             static_cast<unsigned short>(LOWORD(wParam)), reinterpret_cast<void*>(lParam));
+        return 0;
+    case WM_ERASEBKGND:
+        if (getAutoFill()) {
+            RECT r;
+            GetClientRect(HWND(hwnd()), &r);
+            HBRUSH brush = CreateSolidBrush(COLORREF(m_color.rgb()));
+            FillRect(HDC(wParam), &r, brush);
+            DeleteObject(brush);
+            return 1;
+        }
+        break;
+    case WM_DRAWITEM:
+        send(this, &WContainer::onDrawItem, int(wParam), reinterpret_cast<void*>(lParam));
+        return 1;
+    case WM_NOTIFY:
+        return send(this, &WContainer::onNotify, int(wParam), reinterpret_cast<tagNMHDR*>(lParam))
+                   ? 1 : 0;
+    default:
+        break;
+    }
+    return WVisualObject::procMessage(message, wParam, lParam);
+}
