@@ -1,11 +1,13 @@
 // WVisualObject: the native window of a visual object, the common window procedure and
 // the message table that routes every message to a handler by send.
+#include <vexapi/app/application.h>
 #include <vexapi/app/mainentry.h>
 #include <vexapi/core/vexassert.h>
 #include <vexapi/platform/win32/wcontainer.h>
 #include <vexapi/platform/win32/wvisualobject.h>
 #include <vexapi/toolkit/cursor.h>
 #include <vexapi/toolkit/draginfo.h>
+#include <vexapi/toolkit/systemmetrics.h>
 
 #include "wvisualobjectaccess.h"
 
@@ -963,6 +965,14 @@ void initWindowLayer()
         wc.lpszClassName = L"VexAPI_SimpleWindow";
         RegisterClassExW(&wc);
     }
+    // The mouse wheel: lines a notch scrolls (SPI_GETWHEELSCROLLLINES, 104) and, from
+    // Windows Vista on, characters (SPI_GETWHEELSCROLLCHARS, 108); 3 where unknown or 0.
+    UINT lines = 0, chars = 0;
+    SystemParametersInfoW(104, 0, &lines, 0);
+    const OSVERSIONINFOW* version = Application::WinVersion();
+    if (version && version->dwMajorVersion >= 6)
+        SystemParametersInfoW(108, 0, &chars, 0);
+    SystemMetrics::setScrollSettings(int(lines), int(chars));
 }
 
 namespace {

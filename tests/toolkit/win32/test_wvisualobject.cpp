@@ -5,6 +5,8 @@
 
 #include <vexapi/toolkit/cursor.h>
 #include <vexapi/toolkit/draginfo.h>
+#include <vexapi/toolkit/systemmetrics.h>
+#include <vexapi/app/mainentry.h>
 
 #include <gtest/gtest.h>
 
@@ -636,6 +638,22 @@ TEST(WindowPixels, ChildrenFillTheirRectanglesAndTheScreenshotShowsThem)
     screens::savePng(image, "toolkit_window_children_moved");
     EXPECT_EQ(image.at(50, 40), 0xFFFFFFu);
     EXPECT_EQ(image.at(50, 120), 0xDC1E1Eu);
+}
+
+} // namespace
+
+namespace {
+
+TEST(WindowLayer, TheEntryHookRegistersTheSimpleWindowClass)
+{
+    EXPECT_EQ(EntryHooks::initWindowLayer, &initWindowLayer);
+    initWindowLayer();
+    initWindowLayer(); // twice does no harm
+    WNDCLASSEXW wc = {};
+    wc.cbSize = sizeof wc;
+    ASSERT_TRUE(GetClassInfoExW(GetModuleHandleW(L"vexapi.dll"), L"VexAPI_SimpleWindow", &wc));
+    EXPECT_EQ(wc.style, UINT(CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS));
+    EXPECT_GE(SystemMetrics::getScrollLines(), 1);
 }
 
 } // namespace
