@@ -12,6 +12,7 @@
 #include "wvisualobjectaccess.h"
 
 #include <windows.h>
+#include <commctrl.h>
 
 #include <algorithm>
 #include <utility>
@@ -505,18 +506,95 @@ bool WVisualObject::setCursor(Cursor* cursor)
     return true;
 }
 
-// Tool tips live on the tool-tip window of a container; this layer has none yet.
+// Tool tips live on the tool-tip window of the parent container, one tool per child
+// window. The record is the first version's (TTTOOLINFOW_V1_SIZE), which every version of
+// the common controls accepts.
+namespace {
+
+TTTOOLINFOW toolInfo(HWND owner, HWND window, const WChar* text)
+{
+    TTTOOLINFOW ti = {};
+    ti.cbSize = TTTOOLINFOW_V1_SIZE;
+    ti.uFlags = TTF_IDISHWND;
+    ti.hwnd = owner;
+    ti.uId = UINT_PTR(window);
+    ti.lpszText = const_cast<LPWSTR>(text);
+    return ti;
+}
+
+} // namespace
+
 bool WVisualObject::setToolTip(const WChar* text)
 {
-    m_hasToolTip = false;
-    return false;
+    WContainer* c = dynamic_cast<WContainer*>(m_parent);
+    if (!c)
+        return false;
+    const bool remove = !text || !*text;
+    HWND tip = nullptr;
+    if (c->m_toolTip && IsWindow(HWND(c->m_toolTip)))
+        tip = HWND(c->m_toolTip);
+    if (remove) {
+        if (m_hasToolTip && tip && isWindow()) {
+            TTTOOLINFOW ti = toolInfo(HWND(c->hwnd()), HWND(m_hwnd), nullptr);
+            SendMessageW(tip, TTM_DELTOOLW, 0, LPARAM(&ti));
+        }
+        m_hasToolTip = false;
+        return true;
+    }
+    if (!isWindow())
+        return false;
+    tip = HWND(c->toolTipWindow());
+    if (!tip)
+        return false;
+    TTTOOLINFOW ti = toolInfo(HWND(c->hwnd()), HWND(m_hwnd), text);
+    // A tool of a tool-tip window that has since been made again is gone: delete, then add.
+    SendMessageW(tip, TTM_DELTOOLW, 0, LPARAM(&ti));
+    m_hasToolTip = SendMessageW(tip, TTM_ADDTOOLW, 0, LPARAM(&ti)) != 0;
+    return m_hasToolTip;
 }
 
 bool WVisualObject::getToolTip(WChar* buffer, int size)
 {
-    if (buffer && size > 0)
-        buffer[0] = 0;
-    return false;
+    if (!buffer || size <= 0)
+        return false;
+    buffer[0] = 0;
+    WContainer* c = dynamic_cast<WContainer*>(m_parent);
+    if (!m_hasToolTip || !c || !isWindow() || !c->m_toolTip || !IsWindow(HWND(c->m_toolTip)))
+        return false;
+    // Older common controls take no buffer size and write up to 80 units: read into a
+    // buffer of our own, then copy what fits.
+    WChar text[1024] = {};
+    TTTOOLINFOW ti = toolInfo(HWND(c->hwnd()), HWND(m_hwnd), text);
+    SendMessageW(HWND(c->m_toolTip), TTM_GETTEXTW, 1024, LPARAM(&ti));
+    int i = 0;
+    for (; i < size - 1 && text[i]; ++i)
+        buffer[i] = text[i];
+    buffer[i] = 0;
+    return true;
+}
+
+// Mouse messages of a child with a tip go to the tip too, so that it can show and hide.
+void WVisualObject::checkTooltipMessage(unsigned message, std::uintptr_t wParam,
+                                        std::intptr_t lParam)
+{
+    if (!m_hasToolTip)
+        return;
+    if (message != WM_MOUSEMOVE && message != WM_LBUTTONDOWN && message != WM_LBUTTONUP
+        && message != WM_RBUTTONDOWN && message != WM_RBUTTONUP)
+        return;
+    WContainer* c = dynamic_cast<WContainer*>(m_parent);
+    if (!c || !c->m_toolTip || !IsWindow(HWND(c->m_toolTip)))
+        return;
+    MSG msg = {};
+    msg.hwnd = HWND(m_hwnd);
+    msg.message = message;
+    msg.wParam = wParam;
+    msg.lParam = lParam;
+    msg.time = 1000;
+    msg.pt.x = short(LOWORD(lParam));
+    msg.pt.y = short(HIWORD(lParam));
+    ClientToScreen(HWND(m_hwnd), &msg.pt);
+    SendMessageW(HWND(c->m_toolTip), TTM_RELAYEVENT, 0, LPARAM(&msg));
 }
 
 // ---- messages ----
@@ -593,6 +671,7 @@ std::intptr_t WVisualObject::dispatchMessage(void* window, unsigned message,
 std::intptr_t WVisualObject::procMessage(unsigned message, std::uintptr_t wParam,
                                          std::intptr_t lParam)
 {
+    checkTooltipMessage(message, wParam, lParam);
     if (message >= WM_MOUSEMOVE && message <= WM_MBUTTONDBLCLK) {
         int x = short(LOWORD(lParam));
         int y = short(HIWORD(lParam));

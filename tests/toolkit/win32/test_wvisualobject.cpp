@@ -657,3 +657,41 @@ TEST(WindowLayer, TheEntryHookRegistersTheSimpleWindowClass)
 }
 
 } // namespace
+
+namespace {
+
+int toolCount(WContainer& c)
+{
+    return int(SendMessageW(HWND(c.toolTipWindow()), 0x40D /* TTM_GETTOOLCOUNT */, 0, 0));
+}
+
+TEST_F(Scene, ToolTipsLiveOnTheParentContainer)
+{
+    WChar text[64];
+    EXPECT_FALSE(a.getToolTip(text, 64));
+    EXPECT_TRUE(a.setToolTip(L"first tip"));
+    ASSERT_NE(frame.toolTipWindow(), nullptr);
+    EXPECT_EQ(GetWindow(HWND(frame.toolTipWindow()), GW_OWNER), hwndOf(frame));
+    EXPECT_TRUE(a.getToolTip(text, 64));
+    EXPECT_STREQ(text, L"first tip");
+    EXPECT_TRUE(a.getToolTip(text, 6)); // cut to the buffer
+    EXPECT_STREQ(text, L"first");
+    EXPECT_TRUE(b.setToolTip(L"b"));
+    EXPECT_TRUE(a.setToolTip(L"second")); // replaced, not added
+    EXPECT_EQ(toolCount(frame), 2);
+    a.getToolTip(text, 64);
+    EXPECT_STREQ(text, L"second");
+    EXPECT_TRUE(a.setToolTip(L""));
+    EXPECT_EQ(toolCount(frame), 1);
+    EXPECT_FALSE(a.getToolTip(text, 64));
+    // Mouse messages still reach the handlers with a tip in place.
+    PostMessageW(hwndOf(b), WM_MOUSEMOVE, 0, at(2, 2));
+    pump();
+    EXPECT_EQ(journal, (Journal{"b.move(2,2)"}));
+    // Without a container for a parent there is nowhere to keep a tip.
+    EXPECT_FALSE(frame.setToolTip(L"frame"));
+    b.destroy(); // its tool goes with it
+    EXPECT_EQ(toolCount(frame), 0);
+}
+
+} // namespace

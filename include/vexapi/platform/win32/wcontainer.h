@@ -24,6 +24,9 @@ public:
                               std::intptr_t lParam) override;
 
     bool deferMoves() const { return m_deferMoves; }
+    // The native tool-tip window that holds the tips of the children, made on first use
+    // (null until then, or when it cannot be made).
+    void* toolTipWindow();
 
 protected:
     // Starts collecting child moves in one batch; endMoveBatch applies them at once.

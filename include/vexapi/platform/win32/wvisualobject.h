@@ -168,6 +168,7 @@ protected:
     // Makes the native window of class `className` (a native control's class, say) and
     // binds it: the second half of create.
     bool _create(const WChar* className);
+    void checkTooltipMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     // The origin offset the parent applies to this object's coordinates.
     void parentOffset(int* dx, int* dy) const;
 
