@@ -4,7 +4,12 @@
 
 #include <windows.h>
 
-WContainer::WContainer() = default;
+WContainer::WContainer()
+{
+    // The mouse path asks for the container side on every message: a pointer kept here
+    // spares it a cross cast through the virtual bases.
+    m_asContainer = this;
+}
 
 WContainer::~WContainer()
 {

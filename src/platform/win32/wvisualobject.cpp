@@ -55,6 +55,20 @@ WVisualObject::ClosePaintDevice s_closePaint = nullptr;
 
 HCURSOR s_dragCursors[2] = {nullptr, nullptr};
 
+// The window that received the last message and its object: runs of messages to one window
+// (mouse moves, paints) skip the user-data lookup. Cleared whenever a window is unhooked;
+// per thread, as windows and their procedures are.
+thread_local HWND s_lastWindow = nullptr;
+thread_local WVisualObject* s_lastObject = nullptr;
+
+void forgetWindow(HWND window)
+{
+    if (s_lastWindow == window) {
+        s_lastWindow = nullptr;
+        s_lastObject = nullptr;
+    }
+}
+
 } // namespace
 
 // Sets a flag for a scope and puts back what was there (the guards nest).
@@ -116,6 +130,7 @@ WVisualObject::~WVisualObject()
         // windows' objects get their WM_DESTROY as usual.
         SetWindowLongPtrW(window, GWLP_WNDPROC, LONG_PTR(m_oldWindowProc));
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        forgetWindow(window);
         m_hwnd = nullptr;
         DestroyWindow(window);
     }
@@ -228,6 +243,7 @@ bool WVisualObject::onDestroy()
         SetWindowLongPtrW(HWND(m_hwnd), GWLP_WNDPROC, LONG_PTR(m_oldWindowProc));
         SetWindowLongPtrW(HWND(m_hwnd), GWLP_USERDATA, 0);
     }
+    forgetWindow(HWND(m_hwnd));
     m_hwnd = nullptr;
     return VisualObject::onDestroy();
 }
@@ -658,8 +674,16 @@ std::intptr_t WVisualObject::dispatchMessage(void* window, unsigned message,
             break;
         }
     }
-    WVisualObject* object =
-        reinterpret_cast<WVisualObject*>(GetWindowLongPtrW(HWND(window), GWLP_USERDATA));
+    WVisualObject* object;
+    if (HWND(window) == s_lastWindow) {
+        object = s_lastObject;
+    } else {
+        object = reinterpret_cast<WVisualObject*>(GetWindowLongPtrW(HWND(window), GWLP_USERDATA));
+        if (object) {
+            s_lastWindow = HWND(window);
+            s_lastObject = object;
+        }
+    }
     VEX_ASSERT(object && "vis");
     if (!object)
         return DefWindowProcW(HWND(window), message, wParam, lParam);
@@ -675,7 +699,7 @@ std::intptr_t WVisualObject::procMessage(unsigned message, std::uintptr_t wParam
     if (message >= WM_MOUSEMOVE && message <= WM_MBUTTONDBLCLK) {
         int x = short(LOWORD(lParam));
         int y = short(HIWORD(lParam));
-        if (WContainer* c = dynamic_cast<WContainer*>(this)) {
+        if (WContainer* c = m_asContainer) {
             int ox = 0, oy = 0;
             c->adjustPoint(&ox, &oy);
             x -= ox;

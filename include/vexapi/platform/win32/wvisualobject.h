@@ -181,6 +181,7 @@ private:
     friend class WContainer;
     struct Guard;
 
+    WContainer* m_asContainer = nullptr; // this object's WContainer side, set by WContainer
     void* m_hwnd = nullptr;
     void* m_oldWindowProc = nullptr;
     void* m_moduleHandle = nullptr;
