@@ -695,3 +695,44 @@ TEST_F(Scene, ToolTipsLiveOnTheParentContainer)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(Scene, CommandsAndNotificationsBecomeSignals)
+{
+    SignalSpy<unsigned short, unsigned short, void*> commands(
+        static_cast<WContainer*>(&frame), &WContainer::onCommand);
+    SignalSpy<int, tagNMHDR*> notes(static_cast<WContainer*>(&frame), &WContainer::onNotify);
+    SendMessageW(hwndOf(frame), WM_COMMAND, MAKEWPARAM(17, 0x300), LPARAM(hwndOf(a)));
+    NMHDR header = {hwndOf(b), 5, UINT(-2)};
+    SendMessageW(hwndOf(frame), WM_NOTIFY, 5, LPARAM(&header));
+    ASSERT_EQ(commands.count(), 1);
+    EXPECT_EQ(commands.calls[0], std::make_tuple((unsigned short)0x300, (unsigned short)17,
+                                                 static_cast<void*>(hwndOf(a))));
+    ASSERT_EQ(notes.count(), 1);
+    EXPECT_EQ(std::get<1>(notes.calls[0])->hwndFrom, hwndOf(b));
+    // A command from a window that is no object of the library is not one of ours.
+    EXPECT_FALSE(frame.onCommand(1, 2, GetDesktopWindow()));
+    EXPECT_TRUE(frame.onCommand(1, 2, a.hwnd()));
+}
+
+TEST_F(Scene, LockedUpdatesStillKeepGeometry)
+{
+    frame.lockUpdate();
+    a.move(1, 2, 30, 40);
+    frame.unlockUpdate();
+    EXPECT_EQ(nativeRect(a), Rect(1, 2, 31, 42));
+    a.show(false);
+    EXPECT_FALSE(IsWindowVisible(hwndOf(a)));
+    EXPECT_FALSE(a.getShow());
+    a.show(true);
+    EXPECT_TRUE(IsWindowVisible(hwndOf(a)));
+    SignalSpy<bool> enabled(static_cast<VisualObject*>(&a), &VisualObject::onEnable);
+    a.doEnable(false);
+    EXPECT_FALSE(IsWindowEnabled(hwndOf(a)));
+    EXPECT_FALSE(a.getEnable());
+    ASSERT_GE(enabled.count(), 1);
+    EXPECT_EQ(std::get<0>(enabled.calls.back()), false);
+}
+
+} // namespace
