@@ -55,6 +55,13 @@ bool WContainer::onCommand(unsigned short code, unsigned short id, void* hwnd)
     return getByHWND(hwnd) != nullptr;
 }
 
+int WContainer::checkInvariants() const
+{
+    if (int broken = Container::checkInvariants())
+        return broken;
+    return WVisualObject::checkInvariants();
+}
+
 void WContainer::beginMoveBatch()
 {
     if (m_batch)

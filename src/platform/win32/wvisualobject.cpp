@@ -136,6 +136,23 @@ WVisualObject::~WVisualObject()
     }
 }
 
+int WVisualObject::checkInvariants() const
+{
+    if (int broken = VisualObject::checkInvariants())
+        return broken;
+    if (isWindow()) {
+        HWND window = HWND(m_hwnd);
+        if (GetWindowLongPtrW(window, GWLP_USERDATA) != LONG_PTR(this)
+            || WNDPROC(GetWindowLongPtrW(window, GWLP_WNDPROC)) != commonWindowProc)
+            return 20;
+    }
+    if (m_created != isWindow())
+        return 21;
+    if (m_charSkip < 0)
+        return 22;
+    return 0;
+}
+
 bool WVisualObject::isWindow() const
 {
     return m_hwnd && IsWindow(HWND(m_hwnd));

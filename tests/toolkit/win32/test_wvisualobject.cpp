@@ -69,6 +69,8 @@ TEST(WindowLife, CreateDestroyCreateAgain)
         EXPECT_TRUE(child.isCreated());
         EXPECT_EQ(GetParent(hwndOf(child)), hwndOf(frame));
         EXPECT_EQ(WVisualObject::getByHWND(child.hwnd()), &child);
+        EXPECT_EQ(child.checkInvariants(), 0);
+        EXPECT_EQ(frame.checkInvariants(), 0);
         EXPECT_EQ(nativeRect(child), Rect(5, 6, 55, 46));
         EXPECT_EQ(nativeRect(frame), Rect(40, 40, 240, 190));
         HWND childWindow = hwndOf(child);
@@ -79,6 +81,8 @@ TEST(WindowLife, CreateDestroyCreateAgain)
         EXPECT_FALSE(IsWindow(childWindow));
         EXPECT_FALSE(child.isCreated());
         EXPECT_EQ(child.getParent(), &frame); // the objects keep their relation
+        EXPECT_EQ(child.checkInvariants(), 0);
+        EXPECT_EQ(frame.checkInvariants(), 0);
         // The new top-level window was activated and took the focus.
         EXPECT_EQ(journal, (Journal{"frame.create", "child.create", "frame.killfocus",
                                     "frame.destroy", "child.destroy"}));
@@ -733,6 +737,74 @@ TEST_F(Scene, LockedUpdatesStillKeepGeometry)
     EXPECT_FALSE(a.getEnable());
     ASSERT_GE(enabled.count(), 1);
     EXPECT_EQ(std::get<0>(enabled.calls.back()), false);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(DragScene, TargetsThatRefuseAndTheVoid)
+{
+    TypicalDragInfo info;
+    // The frame's client area, refusing to be entered: never asked for the drop.
+    frame.acceptEnter = false;
+    pointAt(frame, 140, 120);
+    PostMessageW(hwndOf(a), WM_MOUSEMOVE, MK_LBUTTON, 0);
+    PostMessageW(hwndOf(a), WM_LBUTTONUP, 0, 0);
+    EXPECT_FALSE(a.doDragDrop(&info));
+    EXPECT_EQ(Journal(journal.begin() + 1, journal.end()),
+              (Journal{"frame.dragenter", "a.dragging-", "frame.dragleave"}));
+    // Outside every window of the library: no target at all.
+    journal.clear();
+    SetCursorPos(1270, 1010);
+    pump();
+    journal.clear();
+    PostMessageW(hwndOf(a), WM_MOUSEMOVE, MK_LBUTTON, 0);
+    PostMessageW(hwndOf(a), WM_LBUTTONUP, 0, 0);
+    EXPECT_FALSE(a.doDragDrop(&info));
+    EXPECT_EQ(Journal(journal.begin() + 1, journal.end()), (Journal{"a.dragging-"}));
+}
+
+// A stand-in for the painter's window device: records that WM_PAINT opened and closed it.
+struct FakeDevice {
+    static int opened, closed;
+    static void* lastDC;
+    static PaintDevice* open(WVisualObject*, void* dc)
+    {
+        ++opened;
+        lastDC = dc;
+        return reinterpret_cast<PaintDevice*>(&opened);
+    }
+    static void close(PaintDevice*) { ++closed; }
+};
+int FakeDevice::opened = 0;
+int FakeDevice::closed = 0;
+void* FakeDevice::lastDC = nullptr;
+
+TEST_F(Scene, PaintOpensTheWindowDeviceAroundDoPaint)
+{
+    SignalSpy<PaintDevice*> paints(static_cast<VisualObject*>(&a), &VisualObject::doPaint);
+    UpdateWindow(hwndOf(a));
+    paints.calls.clear();
+    InvalidateRect(hwndOf(a), nullptr, TRUE);
+    UpdateWindow(hwndOf(a));
+    ASSERT_EQ(paints.count(), 1);
+    EXPECT_EQ(std::get<0>(paints.calls[0]), nullptr); // no device installed
+
+    WVisualObject::setPaintDeviceHooks(&FakeDevice::open, &FakeDevice::close);
+    InvalidateRect(hwndOf(a), nullptr, TRUE);
+    UpdateWindow(hwndOf(a));
+    a.repaint();
+    WVisualObject::setPaintDeviceHooks(nullptr, nullptr);
+    EXPECT_EQ(FakeDevice::opened, 2);
+    EXPECT_EQ(FakeDevice::closed, 2);
+    EXPECT_NE(FakeDevice::lastDC, nullptr);
+    ASSERT_EQ(paints.count(), 3);
+    EXPECT_EQ(std::get<0>(paints.calls[2]), reinterpret_cast<PaintDevice*>(&FakeDevice::opened));
+    // Nothing paints without a window.
+    a.destroy();
+    a.repaint();
+    EXPECT_EQ(paints.count(), 3);
 }
 
 } // namespace
