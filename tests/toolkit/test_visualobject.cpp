@@ -3,6 +3,7 @@
 #include "testvisual.h"
 
 #include <vexapi/toolkit/draginfo.h>
+#include <vexapi/toolkit/systemmetrics.h>
 #include <vexapi/toolkit/virtualkey.h>
 
 #include "signalspy.h"
@@ -345,6 +346,29 @@ TEST(DragInfo, TextAndCopyFlag)
     EXPECT_EQ(text.text()[0], WChar(0));
     TypicalDragInfo* base = &text;
     EXPECT_NE(dynamic_cast<DragText*>(base), nullptr);
+}
+
+} // namespace
+
+namespace {
+
+TEST(SystemMetricsValues, ComposedSizesAndWheelDefaults)
+{
+    EXPECT_GT(SystemMetrics::getScreenWidth(), 0);
+    EXPECT_GT(SystemMetrics::getCaptionHeight(), 0);
+    EXPECT_EQ(SystemMetrics::getUpperOffset(),
+              SystemMetrics::getCaptionHeight() + SystemMetrics::getFrameHeight());
+    EXPECT_EQ(SystemMetrics::getTotalHeightOffset(),
+              SystemMetrics::getCaptionHeight() + SystemMetrics::getDfltMenuHeight()
+                  + 2 * SystemMetrics::getFrameHeight());
+    const int lines = SystemMetrics::getScrollLines(), chars = SystemMetrics::getScrollChars();
+    SystemMetrics::setScrollSettings(0, -1);
+    EXPECT_EQ(SystemMetrics::getScrollLines(), 3);
+    EXPECT_EQ(SystemMetrics::getScrollChars(), 3);
+    SystemMetrics::setScrollSettings(5, 2);
+    EXPECT_EQ(SystemMetrics::getScrollLines(), 5);
+    EXPECT_EQ(SystemMetrics::getScrollChars(), 2);
+    SystemMetrics::setScrollSettings(lines, chars);
 }
 
 } // namespace

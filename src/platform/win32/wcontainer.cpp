@@ -4,7 +4,12 @@
 
 #include <windows.h>
 
-WContainer::WContainer() = default;
+WContainer::WContainer()
+{
+    // The mouse path asks for the container side on every message: a pointer kept here
+    // spares it a cross cast through the virtual bases.
+    m_asContainer = this;
+}
 
 WContainer::~WContainer()
 {
@@ -17,9 +22,44 @@ bool WContainer::onSetFocus()
     return Container::onSetFocus();
 }
 
+void* WContainer::toolTipWindow()
+{
+    if (m_toolTip && IsWindow(HWND(m_toolTip)))
+        return m_toolTip;
+    m_toolTip = nullptr;
+    if (!isWindow())
+        return nullptr;
+    // The tool-tip class belongs to the common controls, which register it when asked to.
+    static HMODULE commonControls = [] {
+        HMODULE module = LoadLibraryW(L"comctl32.dll");
+        typedef void(WINAPI * Init)();
+        if (module)
+            if (Init init = reinterpret_cast<Init>(
+                    reinterpret_cast<void*>(GetProcAddress(module, "InitCommonControls"))))
+                init();
+        return module;
+    }();
+    (void)commonControls;
+    HWND tip = CreateWindowExW(0, L"tooltips_class32", nullptr, 1 /* TTS_ALWAYSTIP */,
+                               CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
+                               HWND(hwnd()), nullptr, nullptr, nullptr);
+    if (!tip)
+        return nullptr;
+    SendMessageW(tip, 0x418 /* TTM_SETMAXTIPWIDTH */, 0, 1000);
+    m_toolTip = tip;
+    return tip;
+}
+
 bool WContainer::onCommand(unsigned short code, unsigned short id, void* hwnd)
 {
     return getByHWND(hwnd) != nullptr;
+}
+
+int WContainer::checkInvariants() const
+{
+    if (int broken = Container::checkInvariants())
+        return broken;
+    return WVisualObject::checkInvariants();
 }
 
 void WContainer::beginMoveBatch()

@@ -1,15 +1,18 @@
 // WVisualObject: the native window of a visual object, the common window procedure and
 // the message table that routes every message to a handler by send.
+#include <vexapi/app/application.h>
 #include <vexapi/app/mainentry.h>
 #include <vexapi/core/vexassert.h>
 #include <vexapi/platform/win32/wcontainer.h>
 #include <vexapi/platform/win32/wvisualobject.h>
 #include <vexapi/toolkit/cursor.h>
 #include <vexapi/toolkit/draginfo.h>
+#include <vexapi/toolkit/systemmetrics.h>
 
 #include "wvisualobjectaccess.h"
 
 #include <windows.h>
+#include <commctrl.h>
 
 #include <algorithm>
 #include <utility>
@@ -51,6 +54,20 @@ WVisualObject::OpenPaintDevice s_openPaint = nullptr;
 WVisualObject::ClosePaintDevice s_closePaint = nullptr;
 
 HCURSOR s_dragCursors[2] = {nullptr, nullptr};
+
+// The window that received the last message and its object: runs of messages to one window
+// (mouse moves, paints) skip the user-data lookup. Cleared whenever a window is unhooked;
+// per thread, as windows and their procedures are.
+thread_local HWND s_lastWindow = nullptr;
+thread_local WVisualObject* s_lastObject = nullptr;
+
+void forgetWindow(HWND window)
+{
+    if (s_lastWindow == window) {
+        s_lastWindow = nullptr;
+        s_lastObject = nullptr;
+    }
+}
 
 } // namespace
 
@@ -113,9 +130,27 @@ WVisualObject::~WVisualObject()
         // windows' objects get their WM_DESTROY as usual.
         SetWindowLongPtrW(window, GWLP_WNDPROC, LONG_PTR(m_oldWindowProc));
         SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        forgetWindow(window);
         m_hwnd = nullptr;
         DestroyWindow(window);
     }
+}
+
+int WVisualObject::checkInvariants() const
+{
+    if (int broken = VisualObject::checkInvariants())
+        return broken;
+    if (isWindow()) {
+        HWND window = HWND(m_hwnd);
+        if (GetWindowLongPtrW(window, GWLP_USERDATA) != LONG_PTR(this)
+            || WNDPROC(GetWindowLongPtrW(window, GWLP_WNDPROC)) != commonWindowProc)
+            return 20;
+    }
+    if (m_created != isWindow())
+        return 21;
+    if (m_charSkip < 0)
+        return 22;
+    return 0;
 }
 
 bool WVisualObject::isWindow() const
@@ -225,6 +260,7 @@ bool WVisualObject::onDestroy()
         SetWindowLongPtrW(HWND(m_hwnd), GWLP_WNDPROC, LONG_PTR(m_oldWindowProc));
         SetWindowLongPtrW(HWND(m_hwnd), GWLP_USERDATA, 0);
     }
+    forgetWindow(HWND(m_hwnd));
     m_hwnd = nullptr;
     return VisualObject::onDestroy();
 }
@@ -503,18 +539,95 @@ bool WVisualObject::setCursor(Cursor* cursor)
     return true;
 }
 
-// Tool tips live on the tool-tip window of a container; this layer has none yet.
+// Tool tips live on the tool-tip window of the parent container, one tool per child
+// window. The record is the first version's (TTTOOLINFOW_V1_SIZE), which every version of
+// the common controls accepts.
+namespace {
+
+TTTOOLINFOW toolInfo(HWND owner, HWND window, const WChar* text)
+{
+    TTTOOLINFOW ti = {};
+    ti.cbSize = TTTOOLINFOW_V1_SIZE;
+    ti.uFlags = TTF_IDISHWND;
+    ti.hwnd = owner;
+    ti.uId = UINT_PTR(window);
+    ti.lpszText = const_cast<LPWSTR>(text);
+    return ti;
+}
+
+} // namespace
+
 bool WVisualObject::setToolTip(const WChar* text)
 {
-    m_hasToolTip = false;
-    return false;
+    WContainer* c = dynamic_cast<WContainer*>(m_parent);
+    if (!c)
+        return false;
+    const bool remove = !text || !*text;
+    HWND tip = nullptr;
+    if (c->m_toolTip && IsWindow(HWND(c->m_toolTip)))
+        tip = HWND(c->m_toolTip);
+    if (remove) {
+        if (m_hasToolTip && tip && isWindow()) {
+            TTTOOLINFOW ti = toolInfo(HWND(c->hwnd()), HWND(m_hwnd), nullptr);
+            SendMessageW(tip, TTM_DELTOOLW, 0, LPARAM(&ti));
+        }
+        m_hasToolTip = false;
+        return true;
+    }
+    if (!isWindow())
+        return false;
+    tip = HWND(c->toolTipWindow());
+    if (!tip)
+        return false;
+    TTTOOLINFOW ti = toolInfo(HWND(c->hwnd()), HWND(m_hwnd), text);
+    // A tool of a tool-tip window that has since been made again is gone: delete, then add.
+    SendMessageW(tip, TTM_DELTOOLW, 0, LPARAM(&ti));
+    m_hasToolTip = SendMessageW(tip, TTM_ADDTOOLW, 0, LPARAM(&ti)) != 0;
+    return m_hasToolTip;
 }
 
 bool WVisualObject::getToolTip(WChar* buffer, int size)
 {
-    if (buffer && size > 0)
-        buffer[0] = 0;
-    return false;
+    if (!buffer || size <= 0)
+        return false;
+    buffer[0] = 0;
+    WContainer* c = dynamic_cast<WContainer*>(m_parent);
+    if (!m_hasToolTip || !c || !isWindow() || !c->m_toolTip || !IsWindow(HWND(c->m_toolTip)))
+        return false;
+    // Older common controls take no buffer size and write up to 80 units: read into a
+    // buffer of our own, then copy what fits.
+    WChar text[1024] = {};
+    TTTOOLINFOW ti = toolInfo(HWND(c->hwnd()), HWND(m_hwnd), text);
+    SendMessageW(HWND(c->m_toolTip), TTM_GETTEXTW, 1024, LPARAM(&ti));
+    int i = 0;
+    for (; i < size - 1 && text[i]; ++i)
+        buffer[i] = text[i];
+    buffer[i] = 0;
+    return true;
+}
+
+// Mouse messages of a child with a tip go to the tip too, so that it can show and hide.
+void WVisualObject::checkTooltipMessage(unsigned message, std::uintptr_t wParam,
+                                        std::intptr_t lParam)
+{
+    if (!m_hasToolTip)
+        return;
+    if (message != WM_MOUSEMOVE && message != WM_LBUTTONDOWN && message != WM_LBUTTONUP
+        && message != WM_RBUTTONDOWN && message != WM_RBUTTONUP)
+        return;
+    WContainer* c = dynamic_cast<WContainer*>(m_parent);
+    if (!c || !c->m_toolTip || !IsWindow(HWND(c->m_toolTip)))
+        return;
+    MSG msg = {};
+    msg.hwnd = HWND(m_hwnd);
+    msg.message = message;
+    msg.wParam = wParam;
+    msg.lParam = lParam;
+    msg.time = 1000;
+    msg.pt.x = short(LOWORD(lParam));
+    msg.pt.y = short(HIWORD(lParam));
+    ClientToScreen(HWND(m_hwnd), &msg.pt);
+    SendMessageW(HWND(c->m_toolTip), TTM_RELAYEVENT, 0, LPARAM(&msg));
 }
 
 // ---- messages ----
@@ -578,8 +691,16 @@ std::intptr_t WVisualObject::dispatchMessage(void* window, unsigned message,
             break;
         }
     }
-    WVisualObject* object =
-        reinterpret_cast<WVisualObject*>(GetWindowLongPtrW(HWND(window), GWLP_USERDATA));
+    WVisualObject* object;
+    if (HWND(window) == s_lastWindow) {
+        object = s_lastObject;
+    } else {
+        object = reinterpret_cast<WVisualObject*>(GetWindowLongPtrW(HWND(window), GWLP_USERDATA));
+        if (object) {
+            s_lastWindow = HWND(window);
+            s_lastObject = object;
+        }
+    }
     VEX_ASSERT(object && "vis");
     if (!object)
         return DefWindowProcW(HWND(window), message, wParam, lParam);
@@ -591,10 +712,11 @@ std::intptr_t WVisualObject::dispatchMessage(void* window, unsigned message,
 std::intptr_t WVisualObject::procMessage(unsigned message, std::uintptr_t wParam,
                                          std::intptr_t lParam)
 {
+    checkTooltipMessage(message, wParam, lParam);
     if (message >= WM_MOUSEMOVE && message <= WM_MBUTTONDBLCLK) {
         int x = short(LOWORD(lParam));
         int y = short(HIWORD(lParam));
-        if (WContainer* c = dynamic_cast<WContainer*>(this)) {
+        if (WContainer* c = m_asContainer) {
             int ox = 0, oy = 0;
             c->adjustPoint(&ox, &oy);
             x -= ox;
@@ -963,6 +1085,14 @@ void initWindowLayer()
         wc.lpszClassName = L"VexAPI_SimpleWindow";
         RegisterClassExW(&wc);
     }
+    // The mouse wheel: lines a notch scrolls (SPI_GETWHEELSCROLLLINES, 104) and, from
+    // Windows Vista on, characters (SPI_GETWHEELSCROLLCHARS, 108); 3 where unknown or 0.
+    UINT lines = 0, chars = 0;
+    SystemParametersInfoW(104, 0, &lines, 0);
+    const OSVERSIONINFOW* version = Application::WinVersion();
+    if (version && version->dwMajorVersion >= 6)
+        SystemParametersInfoW(108, 0, &chars, 0);
+    SystemMetrics::setScrollSettings(int(lines), int(chars));
 }
 
 namespace {

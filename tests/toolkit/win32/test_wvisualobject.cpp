@@ -5,6 +5,8 @@
 
 #include <vexapi/toolkit/cursor.h>
 #include <vexapi/toolkit/draginfo.h>
+#include <vexapi/toolkit/systemmetrics.h>
+#include <vexapi/app/mainentry.h>
 
 #include <gtest/gtest.h>
 
@@ -67,6 +69,8 @@ TEST(WindowLife, CreateDestroyCreateAgain)
         EXPECT_TRUE(child.isCreated());
         EXPECT_EQ(GetParent(hwndOf(child)), hwndOf(frame));
         EXPECT_EQ(WVisualObject::getByHWND(child.hwnd()), &child);
+        EXPECT_EQ(child.checkInvariants(), 0);
+        EXPECT_EQ(frame.checkInvariants(), 0);
         EXPECT_EQ(nativeRect(child), Rect(5, 6, 55, 46));
         EXPECT_EQ(nativeRect(frame), Rect(40, 40, 240, 190));
         HWND childWindow = hwndOf(child);
@@ -77,6 +81,8 @@ TEST(WindowLife, CreateDestroyCreateAgain)
         EXPECT_FALSE(IsWindow(childWindow));
         EXPECT_FALSE(child.isCreated());
         EXPECT_EQ(child.getParent(), &frame); // the objects keep their relation
+        EXPECT_EQ(child.checkInvariants(), 0);
+        EXPECT_EQ(frame.checkInvariants(), 0);
         // The new top-level window was activated and took the focus.
         EXPECT_EQ(journal, (Journal{"frame.create", "child.create", "frame.killfocus",
                                     "frame.destroy", "child.destroy"}));
@@ -636,6 +642,169 @@ TEST(WindowPixels, ChildrenFillTheirRectanglesAndTheScreenshotShowsThem)
     screens::savePng(image, "toolkit_window_children_moved");
     EXPECT_EQ(image.at(50, 40), 0xFFFFFFu);
     EXPECT_EQ(image.at(50, 120), 0xDC1E1Eu);
+}
+
+} // namespace
+
+namespace {
+
+TEST(WindowLayer, TheEntryHookRegistersTheSimpleWindowClass)
+{
+    EXPECT_EQ(EntryHooks::initWindowLayer, &initWindowLayer);
+    initWindowLayer();
+    initWindowLayer(); // twice does no harm
+    WNDCLASSEXW wc = {};
+    wc.cbSize = sizeof wc;
+    ASSERT_TRUE(GetClassInfoExW(GetModuleHandleW(L"vexapi.dll"), L"VexAPI_SimpleWindow", &wc));
+    EXPECT_EQ(wc.style, UINT(CS_HREDRAW | CS_VREDRAW | CS_DBLCLKS));
+    EXPECT_GE(SystemMetrics::getScrollLines(), 1);
+}
+
+} // namespace
+
+namespace {
+
+int toolCount(WContainer& c)
+{
+    return int(SendMessageW(HWND(c.toolTipWindow()), 0x40D /* TTM_GETTOOLCOUNT */, 0, 0));
+}
+
+TEST_F(Scene, ToolTipsLiveOnTheParentContainer)
+{
+    WChar text[64];
+    EXPECT_FALSE(a.getToolTip(text, 64));
+    EXPECT_TRUE(a.setToolTip(L"first tip"));
+    ASSERT_NE(frame.toolTipWindow(), nullptr);
+    EXPECT_EQ(GetWindow(HWND(frame.toolTipWindow()), GW_OWNER), hwndOf(frame));
+    EXPECT_TRUE(a.getToolTip(text, 64));
+    EXPECT_STREQ(text, L"first tip");
+    EXPECT_TRUE(a.getToolTip(text, 6)); // cut to the buffer
+    EXPECT_STREQ(text, L"first");
+    EXPECT_TRUE(b.setToolTip(L"b"));
+    EXPECT_TRUE(a.setToolTip(L"second")); // replaced, not added
+    EXPECT_EQ(toolCount(frame), 2);
+    a.getToolTip(text, 64);
+    EXPECT_STREQ(text, L"second");
+    EXPECT_TRUE(a.setToolTip(L""));
+    EXPECT_EQ(toolCount(frame), 1);
+    EXPECT_FALSE(a.getToolTip(text, 64));
+    // Mouse messages still reach the handlers with a tip in place.
+    PostMessageW(hwndOf(b), WM_MOUSEMOVE, 0, at(2, 2));
+    pump();
+    EXPECT_EQ(journal, (Journal{"b.move(2,2)"}));
+    // Without a container for a parent there is nowhere to keep a tip.
+    EXPECT_FALSE(frame.setToolTip(L"frame"));
+    b.destroy(); // its tool goes with it
+    EXPECT_EQ(toolCount(frame), 0);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(Scene, CommandsAndNotificationsBecomeSignals)
+{
+    SignalSpy<unsigned short, unsigned short, void*> commands(
+        static_cast<WContainer*>(&frame), &WContainer::onCommand);
+    SignalSpy<int, tagNMHDR*> notes(static_cast<WContainer*>(&frame), &WContainer::onNotify);
+    SendMessageW(hwndOf(frame), WM_COMMAND, MAKEWPARAM(17, 0x300), LPARAM(hwndOf(a)));
+    NMHDR header = {hwndOf(b), 5, UINT(-2)};
+    SendMessageW(hwndOf(frame), WM_NOTIFY, 5, LPARAM(&header));
+    ASSERT_EQ(commands.count(), 1);
+    EXPECT_EQ(commands.calls[0], std::make_tuple((unsigned short)0x300, (unsigned short)17,
+                                                 static_cast<void*>(hwndOf(a))));
+    ASSERT_EQ(notes.count(), 1);
+    EXPECT_EQ(std::get<1>(notes.calls[0])->hwndFrom, hwndOf(b));
+    // A command from a window that is no object of the library is not one of ours.
+    EXPECT_FALSE(frame.onCommand(1, 2, GetDesktopWindow()));
+    EXPECT_TRUE(frame.onCommand(1, 2, a.hwnd()));
+}
+
+TEST_F(Scene, LockedUpdatesStillKeepGeometry)
+{
+    frame.lockUpdate();
+    a.move(1, 2, 30, 40);
+    frame.unlockUpdate();
+    EXPECT_EQ(nativeRect(a), Rect(1, 2, 31, 42));
+    a.show(false);
+    EXPECT_FALSE(IsWindowVisible(hwndOf(a)));
+    EXPECT_FALSE(a.getShow());
+    a.show(true);
+    EXPECT_TRUE(IsWindowVisible(hwndOf(a)));
+    SignalSpy<bool> enabled(static_cast<VisualObject*>(&a), &VisualObject::onEnable);
+    a.doEnable(false);
+    EXPECT_FALSE(IsWindowEnabled(hwndOf(a)));
+    EXPECT_FALSE(a.getEnable());
+    ASSERT_GE(enabled.count(), 1);
+    EXPECT_EQ(std::get<0>(enabled.calls.back()), false);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(DragScene, TargetsThatRefuseAndTheVoid)
+{
+    TypicalDragInfo info;
+    // The frame's client area, refusing to be entered: never asked for the drop.
+    frame.acceptEnter = false;
+    pointAt(frame, 140, 120);
+    PostMessageW(hwndOf(a), WM_MOUSEMOVE, MK_LBUTTON, 0);
+    PostMessageW(hwndOf(a), WM_LBUTTONUP, 0, 0);
+    EXPECT_FALSE(a.doDragDrop(&info));
+    EXPECT_EQ(Journal(journal.begin() + 1, journal.end()),
+              (Journal{"frame.dragenter", "a.dragging-", "frame.dragleave"}));
+    // Outside every window of the library: no target at all.
+    journal.clear();
+    SetCursorPos(1270, 1010);
+    pump();
+    journal.clear();
+    PostMessageW(hwndOf(a), WM_MOUSEMOVE, MK_LBUTTON, 0);
+    PostMessageW(hwndOf(a), WM_LBUTTONUP, 0, 0);
+    EXPECT_FALSE(a.doDragDrop(&info));
+    EXPECT_EQ(Journal(journal.begin() + 1, journal.end()), (Journal{"a.dragging-"}));
+}
+
+// A stand-in for the painter's window device: records that WM_PAINT opened and closed it.
+struct FakeDevice {
+    static int opened, closed;
+    static void* lastDC;
+    static PaintDevice* open(WVisualObject*, void* dc)
+    {
+        ++opened;
+        lastDC = dc;
+        return reinterpret_cast<PaintDevice*>(&opened);
+    }
+    static void close(PaintDevice*) { ++closed; }
+};
+int FakeDevice::opened = 0;
+int FakeDevice::closed = 0;
+void* FakeDevice::lastDC = nullptr;
+
+TEST_F(Scene, PaintOpensTheWindowDeviceAroundDoPaint)
+{
+    SignalSpy<PaintDevice*> paints(static_cast<VisualObject*>(&a), &VisualObject::doPaint);
+    UpdateWindow(hwndOf(a));
+    paints.calls.clear();
+    InvalidateRect(hwndOf(a), nullptr, TRUE);
+    UpdateWindow(hwndOf(a));
+    ASSERT_EQ(paints.count(), 1);
+    EXPECT_EQ(std::get<0>(paints.calls[0]), nullptr); // no device installed
+
+    WVisualObject::setPaintDeviceHooks(&FakeDevice::open, &FakeDevice::close);
+    InvalidateRect(hwndOf(a), nullptr, TRUE);
+    UpdateWindow(hwndOf(a));
+    a.repaint();
+    WVisualObject::setPaintDeviceHooks(nullptr, nullptr);
+    EXPECT_EQ(FakeDevice::opened, 2);
+    EXPECT_EQ(FakeDevice::closed, 2);
+    EXPECT_NE(FakeDevice::lastDC, nullptr);
+    ASSERT_EQ(paints.count(), 3);
+    EXPECT_EQ(std::get<0>(paints.calls[2]), reinterpret_cast<PaintDevice*>(&FakeDevice::opened));
+    // Nothing paints without a window.
+    a.destroy();
+    a.repaint();
+    EXPECT_EQ(paints.count(), 3);
 }
 
 } // namespace

@@ -24,6 +24,11 @@ public:
                               std::intptr_t lParam) override;
 
     bool deferMoves() const { return m_deferMoves; }
+    // Container's invariants, then WVisualObject's.
+    int checkInvariants() const;
+    // The native tool-tip window that holds the tips of the children, made on first use
+    // (null until then, or when it cannot be made).
+    void* toolTipWindow();
 
 protected:
     // Starts collecting child moves in one batch; endMoveBatch applies them at once.

@@ -35,6 +35,12 @@ class WContainer;
 //   scrollerGuard  scroll bars are being changed (scroll views swallow WM_SIZE);
 //   captureGuard   a capture change of the library's own: WM_CAPTURECHANGED is swallowed;
 //   keepRect       the object's rectangle overrides any proposed move.
+//
+// Invariants (checkInvariants, after VisualObject's 1 to 5):
+//  20. With a window, the window's user data is this object and its procedure is the
+//      common window procedure.
+//  21. created holds exactly when the object has a window.
+//  22. charSkip is not negative.
 class VEXAPI_API WVisualObject : public virtual VisualObject {
 public:
     enum Flag : unsigned char {
@@ -149,6 +155,7 @@ public:
     static WVisualObject* getDDT(int* x, int* y);
     std::intptr_t procDragMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     bool isDragging() const { return m_dragging; }
+    int checkInvariants() const;
 
     unsigned char flags() const { return m_flags; }
     void setFlag(Flag flag, bool on);
@@ -168,6 +175,7 @@ protected:
     // Makes the native window of class `className` (a native control's class, say) and
     // binds it: the second half of create.
     bool _create(const WChar* className);
+    void checkTooltipMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     // The origin offset the parent applies to this object's coordinates.
     void parentOffset(int* dx, int* dy) const;
 
@@ -180,6 +188,7 @@ private:
     friend class WContainer;
     struct Guard;
 
+    WContainer* m_asContainer = nullptr; // this object's WContainer side, set by WContainer
     void* m_hwnd = nullptr;
     void* m_oldWindowProc = nullptr;
     void* m_moduleHandle = nullptr;
