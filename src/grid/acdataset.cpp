@@ -111,7 +111,7 @@ const WChar* aCDataSet::StampOf(VLong col, bool empty)
 {
     const aCColumn* c = col >= 1 && col <= GetColCount()
                             ? static_cast<aCColumn*>(m_columns->GetAt(col)) : nullptr;
-    const int type = c ? c->type : apsNone;
+    const int type = c ? int(c->type) : int(apsNone);
     int i = IsTextType(type) ? 0 : type == apsDate ? 1 : 2;
     return m_stamps[i + (empty ? 3 : 0)];
 }
@@ -244,6 +244,8 @@ const aCDataSet::Layout& aCDataSet::GetLayout()
     l.stampGeneration = m_stampGen;
     l.built = true;
     // Buffers sized by the old image are made again.
+    if (oldTotal3 >= 0 && oldTotal3 != l.total3)
+        OnImageSizeChanged(oldTotal3, l.total3);
     if (oldTotal3 != l.total3) {
         std::free(m_workRow);
         std::free(m_rawRow);
@@ -334,6 +336,19 @@ void* aCDataSet::AllocData(VLong col, VLong* length, int kind)
 }
 
 void* aCDataSet::AllocData(VLong col, int kind) { return AllocData(col, nullptr, kind); }
+
+void aCDataSet::OnImageSizeChanged(VLong oldSize, VLong newSize)
+{
+    if (!m_virtualBuf)
+        return;
+    unsigned char* v = static_cast<unsigned char*>(
+        std::realloc(m_virtualBuf, std::size_t(std::max<VLong>(1, newSize))));
+    if (!v)
+        throw std::bad_alloc();
+    if (newSize > oldSize)
+        std::memset(v + oldSize, 0, std::size_t(newSize - oldSize));
+    m_virtualBuf = v;
+}
 
 // ---------------------------------------------------------------- records
 

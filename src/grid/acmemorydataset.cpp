@@ -147,9 +147,12 @@ int aCMemoryDataSet::InsertColumn(aCColumn* column, VLong at)
     std::vector<OldSlot> old;
     for (VLong c = 1; c <= GetColCount(); ++c)
         old.push_back({GetColInfo(c), GetColOffset(c, szDataTiled), GetColSize(c, szDataTiled)});
+    m_columnChange = true;
     const int r = aCDataSet::InsertColumn(column, at);
-    if (r)
+    if (r) {
+        m_columnChange = false;
         return r;
+    }
     const VLong newSize = std::max<VLong>(1, GetDataSize(szDataTiled));
     auto rebuild = [&](void* image, bool freeOld) -> void* {
         unsigned char* fresh = static_cast<unsigned char*>(std::calloc(std::size_t(newSize), 1));
@@ -173,6 +176,7 @@ int aCMemoryDataSet::InsertColumn(aCColumn* column, VLong at)
         ReplaceVirtualBuffer(static_cast<unsigned char*>(rebuild(VirtualBufferPtr(), false)));
     }
     m_current = GetPhysRow() >= 1 ? static_cast<unsigned char*>(m_buffers.GetAt(GetPhysRow())) : nullptr;
+    m_columnChange = false;
     ClearCash();
     return 0;
 }
@@ -185,9 +189,12 @@ int aCMemoryDataSet::DeleteColumn(VLong at)
     for (VLong c = 1; c <= GetColCount(); ++c)
         old.push_back({GetColInfo(c), GetColOffset(c, szDataTiled), GetColSize(c, szDataTiled)});
     const aCColumn* dead = GetColInfo(at);
+    m_columnChange = true;
     const int r = aCDataSet::DeleteColumn(at);
-    if (r)
+    if (r) {
+        m_columnChange = false;
         return r;
+    }
     const VLong newSize = std::max<VLong>(1, GetDataSize(szDataTiled));
     auto rebuild = [&](void* image, bool freeOld) -> void* {
         unsigned char* fresh = static_cast<unsigned char*>(std::calloc(std::size_t(newSize), 1));
@@ -210,6 +217,7 @@ int aCMemoryDataSet::DeleteColumn(VLong at)
     if (VirtualBufferPtr())
         ReplaceVirtualBuffer(static_cast<unsigned char*>(rebuild(VirtualBufferPtr(), false)));
     m_current = GetPhysRow() >= 1 ? static_cast<unsigned char*>(m_buffers.GetAt(GetPhysRow())) : nullptr;
+    m_columnChange = false;
     ClearCash();
     return 0;
 }
@@ -253,6 +261,26 @@ int aCMemoryDataSet::InitFromArray(const void* block, VLong n)
         m_buffers.Add(buf);
     }
     return 0;
+}
+
+void aCMemoryDataSet::OnImageSizeChanged(VLong oldSize, VLong newSize)
+{
+    if (m_columnChange)
+        return;
+    aCDataSet::OnImageSizeChanged(oldSize, newSize);
+    // Column changes made through InsertColumn / DeleteColumn have already rebuilt the
+    // images; this keeps the others inside their buffers.
+    for (VLong i = 1; i < m_buffers.GetSize(); ++i) {
+        unsigned char* b = static_cast<unsigned char*>(
+            std::realloc(m_buffers.GetAt(i), std::size_t(std::max<VLong>(1, newSize))));
+        if (!b)
+            throw std::bad_alloc();
+        if (newSize > oldSize)
+            std::memset(b + oldSize, 0, std::size_t(newSize - oldSize));
+        m_buffers.SetAt(i, b);
+    }
+    m_current = GetPhysRow() >= 1 && GetPhysRow() <= GetStoredRowCount()
+                    ? static_cast<unsigned char*>(m_buffers.GetAt(GetPhysRow())) : nullptr;
 }
 
 int aCMemoryDataSet::checkInvariants()

@@ -382,6 +382,10 @@ protected:
     unsigned char* CashBlock() { return m_cash; }
     VLong EntrySize() { return VLong(sizeof(TCashEntryHeader)) + GetDataSize(szDataTiled); }
     void ApplyClip(WChar* buffer);
+    // The nulled image changed size (a column's type or size, the null flags or a stamp
+    // changed while rows exist): stored images take the new size. The base resizes the
+    // virtual row's buffer.
+    virtual void OnImageSizeChanged(VLong oldSize, VLong newSize);
     // Clamps the logical row into the rows and derives the physical one from it.
     void SyncPosition();
     // Lays the cell records out for new columns: map[i] is the new number of old column

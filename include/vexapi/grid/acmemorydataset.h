@@ -40,9 +40,14 @@ public:
     void* GetRowBuffer(VLong row) const { return row >= 1 ? m_buffers.GetAt(row) : nullptr; }
     int checkInvariants();
 
+protected:
+    // Every stored image takes the new size; bytes past the old size are zero.
+    void OnImageSizeChanged(VLong oldSize, VLong newSize) override;
+
 private:
     aCPointerArray m_buffers;
     unsigned char* m_current = nullptr;
+    bool m_columnChange = false; // InsertColumn / DeleteColumn lay the images out themselves
 };
 
 } // namespace VexAPI
