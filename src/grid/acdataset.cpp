@@ -68,7 +68,7 @@ const WChar* aCDataSet::GetCaption(int i)
 
 aCDataSet::aCDataSet()
     : m_columns(new aCObjectArray), m_rows(new aCObjectArray), m_cells(new aCObjectArray),
-      m_layout(new Layout)
+      m_layout(new Layout), m_previous(new Layout)
 {
     makeCaptions();
     aCColumn* defCol = new aCColumn;
@@ -95,6 +95,7 @@ aCDataSet::~aCDataSet()
     std::free(m_rawRow);
     std::free(m_block);
     delete m_layout;
+    delete m_previous;
 }
 
 void aCDataSet::Fail(int code, bool always)
@@ -105,7 +106,7 @@ void aCDataSet::Fail(int code, bool always)
 
 // ---------------------------------------------------------------- layout and sizes
 
-void aCDataSet::InvalidateLayout() { m_layout->built = false; }
+void aCDataSet::InvalidateLayout() { m_layout->dirty = true; }
 
 const WChar* aCDataSet::StampOf(VLong col, bool empty)
 {
@@ -197,7 +198,7 @@ const aCDataSet::Layout& aCDataSet::GetLayout()
 {
     Layout& l = *m_layout;
     const VLong n = GetColCount();
-    bool valid = l.built && l.nullFlags == m_nullFlags && l.permuted == m_permuted &&
+    bool valid = l.built && !l.dirty && l.nullFlags == m_nullFlags && l.permuted == m_permuted &&
                  l.stampGeneration == m_stampGen && VLong(l.snap.size()) == n;
     for (VLong i = 0; valid && i < n; ++i) {
         const aCColumn* c = static_cast<aCColumn*>(m_columns->GetAt(i + 1));
@@ -207,7 +208,10 @@ const aCDataSet::Layout& aCDataSet::GetLayout()
     if (valid)
         return l;
     const VLong oldTotal3 = l.built ? l.total3 : -1;
+    if (l.built)
+        *m_previous = l;
     l.built = false;
+    l.dirty = false;
     l.snap.assign(std::size_t(n), aCDataSetLayoutData::Snap{});
     l.order.assign(std::size_t(n), 0);
     l.off3.assign(std::size_t(n), 0);
@@ -244,8 +248,11 @@ const aCDataSet::Layout& aCDataSet::GetLayout()
     l.stampGeneration = m_stampGen;
     l.built = true;
     // Buffers sized by the old image are made again.
-    if (oldTotal3 >= 0 && oldTotal3 != l.total3)
+    if (oldTotal3 >= 0 && (oldTotal3 != l.total3 || l.off3 != m_previous->off3)) {
+        m_previousValid = true;
         OnImageSizeChanged(oldTotal3, l.total3);
+        m_previousValid = false;
+    }
     if (oldTotal3 != l.total3) {
         std::free(m_workRow);
         std::free(m_rawRow);
@@ -339,15 +346,32 @@ void* aCDataSet::AllocData(VLong col, int kind) { return AllocData(col, nullptr,
 
 void aCDataSet::OnImageSizeChanged(VLong oldSize, VLong newSize)
 {
-    if (!m_virtualBuf)
-        return;
-    unsigned char* v = static_cast<unsigned char*>(
-        std::realloc(m_virtualBuf, std::size_t(std::max<VLong>(1, newSize))));
-    if (!v)
+    if (m_virtualBuf)
+        m_virtualBuf = RelayImage(m_virtualBuf);
+}
+
+unsigned char* aCDataSet::RelayImage(unsigned char* image)
+{
+    const Layout& now = *m_layout;
+    unsigned char* fresh =
+        static_cast<unsigned char*>(std::calloc(std::size_t(std::max<VLong>(1, now.total3)), 1));
+    if (!fresh)
         throw std::bad_alloc();
-    if (newSize > oldSize)
-        std::memset(v + oldSize, 0, std::size_t(newSize - oldSize));
-    m_virtualBuf = v;
+    if (m_previousValid && image) {
+        const Layout& was = *m_previous;
+        for (std::size_t i = 0; i < now.snap.size(); ++i)
+            for (std::size_t j = 0; j < was.snap.size(); ++j) {
+                if (was.snap[j].column != now.snap[i].column)
+                    continue;
+                // The value's bytes, then the tile when both images have one.
+                const VLong n = std::min(was.size4[j], now.size4[i]);
+                std::memcpy(fresh + now.off3[i], image + was.off3[j], std::size_t(n));
+                if (was.nullFlags && now.nullFlags)
+                    fresh[now.off3[i] + now.size3[i] - 1] = image[was.off3[j] + was.size3[j] - 1];
+            }
+    }
+    std::free(image);
+    return fresh;
 }
 
 // ---------------------------------------------------------------- records
@@ -512,10 +536,11 @@ void aCDataSet::DeleteColDef(VLong col)
         if (c->physIndex > dead->physIndex)
             --c->physIndex;
     }
-    delete dead;
     if (GetColCount() == 0)
         m_permuted = false;
     InvalidateLayout();
+    GetLayout(); // laid out again while the dead column's address cannot be reused
+    delete dead;
 }
 
 void aCDataSet::DeleteRowDef(VLong row)

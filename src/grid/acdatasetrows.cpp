@@ -332,6 +332,7 @@ void aCDataSet::DeleteVirtualRow()
 
 void* aCDataSet::GetData(bool useCache)
 {
+    GetLayout(); // a change of layout moves the images: before any pointer into one is taken
     if (GetRowCount() == 0 || GetColCount() == 0)
         return nullptr;
     if (m_virtualRow && m_curRow == m_virtualRow)
@@ -488,7 +489,7 @@ const void* aCDataSet::GetNulledColData(VLong col, void* dest)
     if (dest && slot) {
         // The real size of a text pointer's value is its text, not its slot: never copy
         // more than the slot.
-        const VLong n = std::min(GetColSize(col, szRealDataTiled), GetColSize(col, szDataTiled));
+        const VLong n = GetColSize(col, szDataTiled);
         std::memcpy(dest, slot, std::size_t(n));
     }
     return slot;
@@ -506,7 +507,7 @@ int aCDataSet::IntoCol(VLong col, const void* value)
 {
     if (!GoodCol(col) || !value)
         return 0;
-    const VLong n = std::min(GetColSize(col, szRealDataTiled), GetColSize(col, szDataTiled));
+    const VLong n = GetColSize(col, szDataTiled);
     if (m_virtualRow && m_curRow == m_virtualRow) {
         std::memmove(SlotOf(m_virtualBuf, col), value, std::size_t(n));
         return 0;

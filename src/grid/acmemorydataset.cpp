@@ -70,7 +70,7 @@ int aCMemoryDataSet::IntoCol(VLong col, const void* value)
     void* row = GetRowBuffer(GetPhysRow());
     if (!row)
         return 1;
-    const VLong n = std::min(GetColSize(col, szRealDataTiled), GetColSize(col, szDataTiled));
+    const VLong n = GetColSize(col, szDataTiled);
     std::memmove(SlotOf(row, col), value, std::size_t(n));
     if (const VLong e = IsCashed(GetPhysRow()))
         SetEntry(e, row);
@@ -266,19 +266,10 @@ int aCMemoryDataSet::InitFromArray(const void* block, VLong n)
 void aCMemoryDataSet::OnImageSizeChanged(VLong oldSize, VLong newSize)
 {
     if (m_columnChange)
-        return;
+        return; // InsertColumn / DeleteColumn lay the images out themselves
     aCDataSet::OnImageSizeChanged(oldSize, newSize);
-    // Column changes made through InsertColumn / DeleteColumn have already rebuilt the
-    // images; this keeps the others inside their buffers.
-    for (VLong i = 1; i < m_buffers.GetSize(); ++i) {
-        unsigned char* b = static_cast<unsigned char*>(
-            std::realloc(m_buffers.GetAt(i), std::size_t(std::max<VLong>(1, newSize))));
-        if (!b)
-            throw std::bad_alloc();
-        if (newSize > oldSize)
-            std::memset(b + oldSize, 0, std::size_t(newSize - oldSize));
-        m_buffers.SetAt(i, b);
-    }
+    for (VLong i = 1; i < m_buffers.GetSize(); ++i)
+        m_buffers.SetAt(i, RelayImage(static_cast<unsigned char*>(m_buffers.GetAt(i))));
     m_current = GetPhysRow() >= 1 && GetPhysRow() <= GetStoredRowCount()
                     ? static_cast<unsigned char*>(m_buffers.GetAt(GetPhysRow())) : nullptr;
 }

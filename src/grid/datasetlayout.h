@@ -25,6 +25,7 @@ struct aCDataSetLayoutData {
     std::vector<VLong> order;                    // column numbers in slot order
     VLong total3 = 0, total4 = 0;
     bool built = false;
+    bool dirty = false; // rebuild on next use, keeping this one as the previous layout
 };
 
 } // namespace VexAPI

@@ -382,10 +382,13 @@ protected:
     unsigned char* CashBlock() { return m_cash; }
     VLong EntrySize() { return VLong(sizeof(TCashEntryHeader)) + GetDataSize(szDataTiled); }
     void ApplyClip(WChar* buffer);
-    // The nulled image changed size (a column's type or size, the null flags or a stamp
-    // changed while rows exist): stored images take the new size. The base resizes the
+    // The nulled image changed its layout (a column's type or size, the null flags or a
+    // stamp changed while rows exist): stored images take the new size. The base resizes the
     // virtual row's buffer.
     virtual void OnImageSizeChanged(VLong oldSize, VLong newSize);
+    // Inside OnImageSizeChanged: a new image (malloc) with each column's value moved from its
+    // place in the old layout; `image` is freed.
+    unsigned char* RelayImage(unsigned char* image);
     // Clamps the logical row into the rows and derives the physical one from it.
     void SyncPosition();
     // Lays the cell records out for new columns: map[i] is the new number of old column
@@ -440,6 +443,8 @@ private:
     aCString m_stamps[6];
     aCRowErrorMap m_errorMap;
     Layout* m_layout = nullptr;
+    Layout* m_previous = nullptr;
+    bool m_previousValid = false;
     unsigned m_stampGen = 0;
 };
 

@@ -41,7 +41,7 @@ public:
     int checkInvariants();
 
 protected:
-    // Every stored image takes the new size; bytes past the old size are zero.
+    // Every stored image is laid out again, each value moved to its new place.
     void OnImageSizeChanged(VLong oldSize, VLong newSize) override;
 
 private:
