@@ -688,7 +688,13 @@ int aCDataSet::SetColDataFromText(VLong col, const WChar* text)
             if (const void* slot = GetNulledColData(col))
                 std::memcpy(buf, slot, sizeof(WChar*));
         }
-        if (TextToData(c, buf, text, int(GetColSize(col, szText))) != 0) {
+        // A fixed text column takes as many characters as its slot holds; the others their
+        // text length. The tile is cleared after: text never marks NULL or EMPTY by spilling
+        // into it.
+        const int chars = int(c->type == apsChar ? c->size : GetColSize(col, szText));
+        const int r = TextToData(c, buf, text, chars);
+        ClearTile(col, buf);
+        if (r != 0) {
             std::free(buf);
             m_lastError = apsErrInvalidText;
             Fail(apsFailInvalidText);
