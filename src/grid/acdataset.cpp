@@ -350,7 +350,7 @@ void aCDataSet::OnImageSizeChanged(VLong oldSize, VLong newSize)
         m_virtualBuf = RelayImage(m_virtualBuf);
 }
 
-unsigned char* aCDataSet::RelayImage(unsigned char* image)
+unsigned char* aCDataSet::RelayImage(unsigned char* image, bool release)
 {
     const Layout& now = *m_layout;
     unsigned char* fresh =
@@ -370,7 +370,8 @@ unsigned char* aCDataSet::RelayImage(unsigned char* image)
                     fresh[now.off3[i] + now.size3[i] - 1] = image[was.off3[j] + was.size3[j] - 1];
             }
     }
-    std::free(image);
+    if (release)
+        std::free(image);
     return fresh;
 }
 

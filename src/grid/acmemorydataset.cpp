@@ -15,7 +15,28 @@ aCMemoryDataSet::aCMemoryDataSet()
     Uncached();
 }
 
-aCMemoryDataSet::~aCMemoryDataSet() { FreeAllElements(&m_buffers, 0); }
+aCMemoryDataSet::~aCMemoryDataSet() { ReleaseAllRows(); }
+
+void aCMemoryDataSet::ReleaseRow(void* row)
+{
+    const unsigned char* p = static_cast<const unsigned char*>(row);
+    if (m_slab && p >= m_slab && p < m_slab + m_slabBytes)
+        return;
+    std::free(row);
+}
+
+void aCMemoryDataSet::ReleaseAllRows()
+{
+    for (VLong i = m_buffers.GetSize() - 1; i >= 1; --i) {
+        ReleaseRow(m_buffers.GetAt(i));
+        m_buffers.SetAt(i, nullptr);
+    }
+    if (m_buffers.GetSize() > 1)
+        m_buffers.SetSize(1);
+    std::free(m_slab);
+    m_slab = nullptr;
+    m_slabBytes = 0;
+}
 
 VLong aCMemoryDataSet::GetRowCount() { return m_buffers.GetSize() - 1 + (GetVirtualRow() ? 1 : 0); }
 
@@ -120,7 +141,7 @@ int aCMemoryDataSet::DeleteRow(VLong at)
     if (const int err = MoveToRow(dirAbsolute, at, false))
         return err;
     const VLong phys = GetPhysRow();
-    std::free(m_buffers.GetAt(phys));
+    ReleaseRow(m_buffers.GetAt(phys));
     m_buffers.RemoveAt(phys);
     m_current = nullptr;
     ShiftRowDefs(at, false);
@@ -167,7 +188,7 @@ int aCMemoryDataSet::InsertColumn(aCColumn* column, VLong at)
                                 std::size_t(std::min(s.size, GetColSize(c, szDataTiled))));
         }
         if (freeOld)
-            std::free(image);
+            ReleaseRow(image);
         return fresh;
     };
     for (VLong i = 1; i < m_buffers.GetSize(); ++i)
@@ -209,7 +230,7 @@ int aCMemoryDataSet::DeleteColumn(VLong at)
                                 std::size_t(std::min(s.size, GetColSize(c, szDataTiled))));
         }
         if (freeOld)
-            std::free(image);
+            ReleaseRow(image);
         return fresh;
     };
     for (VLong i = 1; i < m_buffers.GetSize(); ++i)
@@ -225,7 +246,7 @@ int aCMemoryDataSet::DeleteColumn(VLong at)
 void aCMemoryDataSet::DeleteAllRow()
 {
     aCDataSet::DeleteAllRow();
-    FreeAllElements(&m_buffers, 1);
+    ReleaseAllRows();
     m_current = nullptr;
 }
 
@@ -252,14 +273,16 @@ int aCMemoryDataSet::InitFromArray(const void* block, VLong n)
         return 1;
     DeleteAllRow();
     const VLong size = GetDataSize(szDataTiled);
-    const unsigned char* p = static_cast<const unsigned char*>(block);
-    for (VLong i = 0; i < n; ++i) {
-        void* buf = std::malloc(std::size_t(std::max<VLong>(1, size)));
-        if (!buf)
-            throw std::bad_alloc();
-        std::memcpy(buf, p + std::size_t(i) * std::size_t(size), std::size_t(size));
-        m_buffers.Add(buf);
-    }
+    if (n == 0 || size <= 0)
+        return 0;
+    m_slabBytes = std::size_t(n) * std::size_t(size);
+    m_slab = static_cast<unsigned char*>(std::malloc(m_slabBytes));
+    if (!m_slab)
+        throw std::bad_alloc();
+    std::memcpy(m_slab, block, m_slabBytes);
+    m_buffers.SetSize(n + 1);
+    for (VLong i = 0; i < n; ++i)
+        m_buffers.SetAt(i + 1, m_slab + std::size_t(i) * std::size_t(size));
     return 0;
 }
 
@@ -268,8 +291,11 @@ void aCMemoryDataSet::OnImageSizeChanged(VLong oldSize, VLong newSize)
     if (m_columnChange)
         return; // InsertColumn / DeleteColumn lay the images out themselves
     aCDataSet::OnImageSizeChanged(oldSize, newSize);
-    for (VLong i = 1; i < m_buffers.GetSize(); ++i)
-        m_buffers.SetAt(i, RelayImage(static_cast<unsigned char*>(m_buffers.GetAt(i))));
+    for (VLong i = 1; i < m_buffers.GetSize(); ++i) {
+        void* old = m_buffers.GetAt(i);
+        m_buffers.SetAt(i, RelayImage(static_cast<unsigned char*>(old), false));
+        ReleaseRow(old);
+    }
     m_current = GetPhysRow() >= 1 && GetPhysRow() <= GetStoredRowCount()
                     ? static_cast<unsigned char*>(m_buffers.GetAt(GetPhysRow())) : nullptr;
 }

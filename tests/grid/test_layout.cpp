@@ -280,3 +280,30 @@ TEST(GridCopy, CopyToAnotherDataSet)
     dst.MoveToRow(dirAbsolute, 2);
     EXPECT_EQ(cellText(dst, 1), "1");
 }
+
+TEST(GridLayout, InitFromArrayCutsRowsFromOneBlock)
+{
+    aCMemoryDataSet ds;
+    ds.AddColDef(new aCColumn(W("a").c_str(), apsLong));
+    ds.AddColDef(new aCColumn(W("b").c_str(), apsShort));
+    std::vector<unsigned char> block(6 * 4);
+    for (int i = 0; i < 4; ++i) {
+        const std::int32_t a = i * 11;
+        std::memcpy(block.data() + i * 6, &a, 4);
+    }
+    ASSERT_EQ(ds.InitFromArray(block.data(), 4), 0);
+    EXPECT_EQ(ds.GetRowCount(), 4);
+    ds.MoveToRow(dirAbsolute, 3);
+    EXPECT_EQ(cellText(ds, 1), "22");
+    // Rows of the block and rows added later live side by side; deleting either is safe.
+    ds.AddRow();
+    ds.DeleteRow(2);
+    ds.DeleteRow(4);
+    ds.InsertColumn(new aCColumn(W("c").c_str(), apsDouble), 1);
+    ds.MoveToRow(dirAbsolute, 2);
+    EXPECT_EQ(cellText(ds, 2), "22");
+    EXPECT_EQ(ds.checkInvariants(), 0);
+    EXPECT_EQ(ds.InitFromArray(nullptr, 2), 1);
+    ASSERT_EQ(ds.InitFromArray(nullptr, 0), 0);
+    EXPECT_EQ(ds.GetRowCount(), 0);
+}

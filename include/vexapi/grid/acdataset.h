@@ -387,8 +387,8 @@ protected:
     // virtual row's buffer.
     virtual void OnImageSizeChanged(VLong oldSize, VLong newSize);
     // Inside OnImageSizeChanged: a new image (malloc) with each column's value moved from its
-    // place in the old layout; `image` is freed.
-    unsigned char* RelayImage(unsigned char* image);
+    // place in the old layout; `image` is freed when `release` says so.
+    unsigned char* RelayImage(unsigned char* image, bool release = true);
     // Clamps the logical row into the rows and derives the physical one from it.
     void SyncPosition();
     // Lays the cell records out for new columns: map[i] is the new number of old column

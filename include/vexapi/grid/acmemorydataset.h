@@ -5,7 +5,8 @@
 
 namespace VexAPI {
 
-// Rows are heap buffers of GetDataSize(szDataTiled) bytes (malloc), one per row, in an
+// Rows are heap buffers of GetDataSize(szDataTiled) bytes (malloc, or cut from the block of
+// InitFromArray), one per row, in an
 // aCPointerArray whose element 0 is a placeholder; the data set owns them. The row count is
 // the array's length less one, plus one while a virtual row exists. Nothing else is kept per
 // row. The cached flag is off: the rows need no cache.
@@ -32,7 +33,8 @@ public:
     VLong GetRowCount() override;
     void DeleteAllRow() override;
     bool SwapRow(VLong a, VLong b) override;
-    // Drops every row and adds n rows cut from `block` by GetDataSize(szDataTiled).
+    // Drops every row and adds n rows cut from `block` by GetDataSize(szDataTiled). The rows
+    // live in one copy of the block, so that they cost their images and a pointer each.
     virtual int InitFromArray(const void* block, VLong n);
     // The stored rows, the virtual row not counted.
     VLong GetStoredRowCount() const { return m_buffers.GetSize() - 1; }
@@ -47,6 +49,12 @@ protected:
 private:
     aCPointerArray m_buffers;
     unsigned char* m_current = nullptr;
+    // Frees a row buffer, unless it lies in the block of InitFromArray.
+    void ReleaseRow(void* row);
+    void ReleaseAllRows();
+
+    unsigned char* m_slab = nullptr; // the rows of InitFromArray, one block
+    std::size_t m_slabBytes = 0;
     bool m_columnChange = false; // InsertColumn / DeleteColumn lay the images out themselves
 };
 
