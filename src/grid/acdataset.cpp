@@ -8,11 +8,20 @@
 #include <vexapi/core/wtext.h>
 
 #include <algorithm>
+#include <memory>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 namespace VexAPI {
+
+namespace {
+// A malloc block freed on every way out, a throw of aCDataFailure included.
+struct FreeDeleter {
+    void operator()(void* p) const { std::free(p); }
+};
+typedef std::unique_ptr<unsigned char, FreeDeleter> HeapBuffer;
+} // namespace
 
 struct aCDataSet::Layout : aCDataSetLayoutData {};
 
@@ -921,24 +930,20 @@ int aCDataSet::ToNull(VLong col)
 {
     if (!m_nullFlags || !GoodCol(col))
         return 0;
-    void* buf = AllocData(col, szDataTiled);
-    GetNulledColData(col, buf);
-    SetDataToNull(col, buf);
-    const int r = SetNulledColData(col, buf);
-    std::free(buf);
-    return r;
+    HeapBuffer buf(static_cast<unsigned char*>(AllocData(col, szDataTiled)));
+    GetNulledColData(col, buf.get());
+    SetDataToNull(col, buf.get());
+    return SetNulledColData(col, buf.get());
 }
 
 int aCDataSet::ToEmpty(VLong col)
 {
     if (!m_nullFlags || !GoodCol(col))
         return 0;
-    void* buf = AllocData(col, szDataTiled);
-    GetNulledColData(col, buf);
-    SetDataToEmpty(col, buf);
-    const int r = SetNulledColData(col, buf);
-    std::free(buf);
-    return r;
+    HeapBuffer buf(static_cast<unsigned char*>(AllocData(col, szDataTiled)));
+    GetNulledColData(col, buf.get());
+    SetDataToEmpty(col, buf.get());
+    return SetNulledColData(col, buf.get());
 }
 
 bool aCDataSet::IsNull(VLong col) { return m_nullFlags && IsDataNull(col, GetNulledColData(col)); }

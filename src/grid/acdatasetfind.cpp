@@ -58,9 +58,18 @@ int aCDataSet::CompareData(const aCColumn* column, const void* a, const void* b,
     switch (column->type) {
     case apsChar:
     case apsWide: {
-        const int r = wstrncmp(static_cast<const WChar*>(a), static_cast<const WChar*>(b),
-                               std::max(0, textChars(column)));
-        return r < 0 ? -1 : r > 0 ? 1 : 0;
+        // Slots may sit at odd offsets: units are read through memcpy.
+        const int n = std::max(0, textChars(column));
+        for (int i = 0; i < n; ++i) {
+            WChar x, y;
+            std::memcpy(&x, static_cast<const unsigned char*>(a) + 2 * i, 2);
+            std::memcpy(&y, static_cast<const unsigned char*>(b) + 2 * i, 2);
+            if (x != y)
+                return x < y ? -1 : 1;
+            if (!x)
+                break;
+        }
+        return 0;
     }
     case apsTextPtr: {
         const WChar *x, *y;

@@ -6,11 +6,20 @@
 #include <vexapi/core/wtext.h>
 
 #include <algorithm>
+#include <memory>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 namespace VexAPI {
+
+namespace {
+// A malloc block freed on every way out, a throw of aCDataFailure included.
+struct FreeDeleter {
+    void operator()(void* p) const { std::free(p); }
+};
+typedef std::unique_ptr<unsigned char, FreeDeleter> HeapBuffer;
+} // namespace
 
 namespace {
 
@@ -556,11 +565,9 @@ int aCDataSet::SetColData(VLong col, const void* value)
 {
     if (!GoodCol(col) || !value)
         return 0;
-    void* buf = AllocData(col, szDataTiled);
-    std::memcpy(buf, value, std::size_t(GetColSize(col, szData)));
-    const int r = SetNulledColData(col, buf);
-    std::free(buf);
-    return r;
+    HeapBuffer buf(static_cast<unsigned char*>(AllocData(col, szDataTiled)));
+    std::memcpy(buf.get(), value, std::size_t(GetColSize(col, szData)));
+    return SetNulledColData(col, buf.get());
 }
 
 bool aCDataSet::IsValid(VLong col, const void* value)
@@ -677,7 +684,8 @@ int aCDataSet::SetColDataFromText(VLong col, const WChar* text)
         return 0;
     aCColumn* c = GetColInfo(col);
     VLong length = 0;
-    unsigned char* buf = static_cast<unsigned char*>(AllocData(col, &length, szText));
+    HeapBuffer holder(static_cast<unsigned char*>(AllocData(col, &length, szText)));
+    unsigned char* buf = holder.get();
     if (IsTextNull(col, text)) {
         SetDataToNull(col, buf);
     } else if (IsTextEmpty(col, text)) {
@@ -695,15 +703,12 @@ int aCDataSet::SetColDataFromText(VLong col, const WChar* text)
         const int r = TextToData(c, buf, text, chars);
         ClearTile(col, buf);
         if (r != 0) {
-            std::free(buf);
             m_lastError = apsErrInvalidText;
             Fail(apsFailInvalidText);
             return 1;
         }
     }
-    const int r = SetNulledColData(col, buf);
-    std::free(buf);
-    return r;
+    return SetNulledColData(col, buf);
 }
 
 int aCDataSet::GetColText(VLong col, WChar* buffer, int size)

@@ -144,6 +144,32 @@ int copyText(WChar* buffer, int size, const WChar* text, int maxChars)
     return n;
 }
 
+// A text slot may sit at any offset of a row image: read it unit by unit through memcpy.
+WChar unitAt(const void* text, int i)
+{
+    WChar c;
+    std::memcpy(&c, static_cast<const unsigned char*>(text) + std::size_t(i) * sizeof(WChar), sizeof c);
+    return c;
+}
+
+void setUnit(void* text, int i, WChar c)
+{
+    std::memcpy(static_cast<unsigned char*>(text) + std::size_t(i) * sizeof(WChar), &c, sizeof c);
+}
+
+int copySlotText(WChar* buffer, int size, const void* slot, int maxChars)
+{
+    int n = 0;
+    for (; n < maxChars && n < size - 1; ++n) {
+        const WChar c = unitAt(slot, n);
+        if (!c)
+            break;
+        buffer[n] = c;
+    }
+    buffer[n] = 0;
+    return n;
+}
+
 template <class T>
 T load(const void* p)
 {
@@ -237,9 +263,9 @@ int DataToText(const aCColumn* column, WChar* buffer, const void* data, int size
         return -1;
     switch (column->type) {
     case apsChar:
-        return copyText(buffer, size, static_cast<const WChar*>(data), column->size);
+        return copySlotText(buffer, size, data, column->size);
     case apsWide:
-        return copyText(buffer, size, static_cast<const WChar*>(data), column->size / 2);
+        return copySlotText(buffer, size, data, column->size / 2);
     case apsTextPtr:
         return copyText(buffer, size, load<const WChar*>(data), std::numeric_limits<int>::max());
     case apsShort:
@@ -285,22 +311,21 @@ int TextToData(const aCColumn* column, void* data, const WChar* text, int size)
     bool whole;
     switch (column->type) {
     case apsChar: {
-        WChar* out = static_cast<WChar*>(data);
         int i = 0;
         for (; i < size && text[i]; ++i)
-            out[i] = text[i];
+            setUnit(data, i, text[i]);
         for (; i < size; ++i)
-            out[i] = 0;
+            setUnit(data, i, 0);
         return 0;
     }
     case apsWide:
     case apsTextPtr: {
-        WChar* out = column->type == apsWide ? static_cast<WChar*>(data) : load<WChar*>(data);
+        void* out = column->type == apsWide ? data : static_cast<void*>(load<WChar*>(data));
         if (!out || size <= 0)
             return 1; // a text pointer with no target has nowhere to take the text
         std::memset(out, 0, std::size_t(size) * sizeof(WChar));
         for (int i = 0; i < size - 1 && text[i]; ++i)
-            out[i] = text[i];
+            setUnit(out, i, text[i]);
         return 0;
     }
     case apsShort:

@@ -20,9 +20,11 @@ void* makeImage(aCMemoryDataSet& ds, const ModelRow& r)
     void* image = std::calloc(std::size_t(ds.GetDataSize(szDataTiled)), 1);
     unsigned char* p = static_cast<unsigned char*>(image);
     std::memcpy(p + ds.GetColOffset(1, szDataTiled), &r.id, 4);
-    WChar* text = reinterpret_cast<WChar*>(p + ds.GetColOffset(5, szDataTiled));
-    for (std::size_t i = 0; i < r.note.size() && i < 40; ++i)
-        text[i] = WChar(r.note[i]);
+    unsigned char* text = p + ds.GetColOffset(5, szDataTiled);
+    for (std::size_t i = 0; i < r.note.size() && i < 40; ++i) {
+        const WChar c = WChar(r.note[i]);
+        std::memcpy(text + 2 * i, &c, 2);
+    }
     return image;
 }
 

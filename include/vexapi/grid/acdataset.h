@@ -380,7 +380,8 @@ protected:
     // Validates a column number: 1..count.
     bool GoodCol(VLong col) { return col >= 1 && col <= GetColCount(); }
     unsigned char* CashBlock() { return m_cash; }
-    VLong EntrySize() { return VLong(sizeof(TCashEntryHeader)) + GetDataSize(szDataTiled); }
+    // A header and a nulled image, rounded up to 8 bytes so that every header is aligned.
+    VLong EntrySize() { return VLong(sizeof(TCashEntryHeader)) + (GetDataSize(szDataTiled) + 7) / 8 * 8; }
     void ApplyClip(WChar* buffer);
     // The nulled image changed its layout (a column's type or size, the null flags or a
     // stamp changed while rows exist): stored images take the new size. The base resizes the
