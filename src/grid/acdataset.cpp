@@ -23,7 +23,6 @@ struct FreeDeleter {
 typedef std::unique_ptr<unsigned char, FreeDeleter> HeapBuffer;
 } // namespace
 
-struct aCDataSet::Layout : aCDataSetLayoutData {};
 
 aCDataSetOwner::~aCDataSetOwner() = default;
 
@@ -206,13 +205,21 @@ VLong aCDataSet::GetColSize(VLong col, int kind)
 const aCDataSet::Layout& aCDataSet::GetLayout()
 {
     Layout& l = *m_layout;
-    const VLong n = GetColCount();
+    const VLong n = m_columns->GetSize() - 1;
     bool valid = l.built && !l.dirty && l.nullFlags == m_nullFlags && l.permuted == m_permuted &&
                  l.stampGeneration == m_stampGen && VLong(l.snap.size()) == n;
-    for (VLong i = 0; valid && i < n; ++i) {
-        const aCColumn* c = static_cast<aCColumn*>(m_columns->GetAt(i + 1));
-        const aCDataSetLayoutData::Snap& s = l.snap[std::size_t(i)];
-        valid = s.column == c && s.type == c->type && s.size == c->size && s.phys == c->physIndex;
+    if (valid) {
+        // Columns are open records: their type, size and place are checked on every use.
+        void* const* cols = m_columns->GetData();
+        const aCDataSetLayoutData::Snap* snap = l.snap.data();
+        for (VLong i = 0; i < n; ++i) {
+            const aCColumn* c = static_cast<const aCColumn*>(static_cast<Object*>(cols[i + 1]));
+            if (snap[i].column != c || snap[i].type != c->type || snap[i].size != c->size ||
+                snap[i].phys != c->physIndex) {
+                valid = false;
+                break;
+            }
+        }
     }
     if (valid)
         return l;

@@ -2,6 +2,8 @@
 // text of cells.
 #include <vexapi/grid/acdataset.h>
 
+#include "datasetlayout.h"
+
 #include <vexapi/core/wformat.h>
 #include <vexapi/core/wtext.h>
 
@@ -12,6 +14,7 @@
 #include <new>
 
 namespace VexAPI {
+
 
 namespace {
 // A malloc block freed on every way out, a throw of aCDataFailure included.
@@ -492,14 +495,15 @@ const void* aCDataSet::GetNulledColData(VLong col, void* dest)
     unsigned char* data = static_cast<unsigned char*>(GetData(true));
     if (!data)
         return nullptr;
-    const void* slot = data + GetColOffset(col, szDataTiled);
+    // GetData has just checked the layout: its offsets stand for this image.
+    const Layout& l = *m_layout;
+    const void* slot = data + l.off3[std::size_t(col - 1)];
     if (m_filter)
         slot = GetFilter(col, slot);
     if (dest && slot) {
         // The real size of a text pointer's value is its text, not its slot: never copy
         // more than the slot.
-        const VLong n = GetColSize(col, szDataTiled);
-        std::memcpy(dest, slot, std::size_t(n));
+        std::memcpy(dest, slot, std::size_t(l.size3[std::size_t(col - 1)]));
     }
     return slot;
 }
@@ -594,12 +598,12 @@ VULong aCDataSet::GetBlobSize(VLong col) { return GoodCol(col) ? GetColInfo(col)
 
 // ---------------------------------------------------------------- text
 
-void aCDataSet::ApplyClip(WChar* buffer)
+void aCDataSet::ApplyClip(WChar* buffer, int length)
 {
     if (!buffer || m_spaceClip == 0)
         return;
     if (m_spaceClip == 1 || m_spaceClip == 3) {
-        int n = wstrlen(buffer);
+        int n = length >= 0 ? length : wstrlen(buffer);
         while (n > 0 && wisspace(buffer[n - 1]))
             --n;
         buffer[n] = 0;
@@ -617,7 +621,7 @@ int aCDataSet::DataToText(const aCColumn* column, WChar* buffer, const void* dat
 {
     const int n = VexAPI::DataToText(column, buffer, data, size);
     if (n >= 0)
-        ApplyClip(buffer);
+        ApplyClip(buffer, n);
     return n;
 }
 

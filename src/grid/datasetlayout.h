@@ -1,6 +1,8 @@
 // The slot layout of a data set's row images, rebuilt when the columns change.
 #pragma once
 
+#include <vexapi/grid/acdataset.h>
+
 #include <vexapi/core/types.h>
 
 #include <vector>
@@ -27,5 +29,7 @@ struct aCDataSetLayoutData {
     bool built = false;
     bool dirty = false; // rebuild on next use, keeping this one as the previous layout
 };
+
+struct aCDataSet::Layout : aCDataSetLayoutData {};
 
 } // namespace VexAPI

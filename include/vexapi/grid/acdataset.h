@@ -382,7 +382,8 @@ protected:
     unsigned char* CashBlock() { return m_cash; }
     // A header and a nulled image, rounded up to 8 bytes so that every header is aligned.
     VLong EntrySize() { return VLong(sizeof(TCashEntryHeader)) + (GetDataSize(szDataTiled) + 7) / 8 * 8; }
-    void ApplyClip(WChar* buffer);
+    // The clip of the space clip mode; `length` is the text's, or -1.
+    void ApplyClip(WChar* buffer, int length = -1);
     // The nulled image changed its layout (a column's type or size, the null flags or a
     // stamp changed while rows exist): stored images take the new size. The base resizes the
     // virtual row's buffer.
