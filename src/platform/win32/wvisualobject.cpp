@@ -420,6 +420,12 @@ void WVisualObject::setPaintDeviceHooks(OpenPaintDevice open, ClosePaintDevice c
     s_closePaint = close;
 }
 
+void WVisualObject::paintDeviceHooks(OpenPaintDevice* open, ClosePaintDevice* close)
+{
+    *open = s_openPaint;
+    *close = s_closePaint;
+}
+
 void WVisualObject::setColor(const Color& color)
 {
     m_color = color;

@@ -783,6 +783,12 @@ void* FakeDevice::lastDC = nullptr;
 
 TEST_F(Scene, PaintOpensTheWindowDeviceAroundDoPaint)
 {
+    // The painter's window device is installed when the library loads: set it aside.
+    WVisualObject::OpenPaintDevice libraryOpen;
+    WVisualObject::ClosePaintDevice libraryClose;
+    WVisualObject::paintDeviceHooks(&libraryOpen, &libraryClose);
+    EXPECT_NE(libraryOpen, nullptr);
+    WVisualObject::setPaintDeviceHooks(nullptr, nullptr);
     SignalSpy<PaintDevice*> paints(static_cast<VisualObject*>(&a), &VisualObject::doPaint);
     UpdateWindow(hwndOf(a));
     paints.calls.clear();
@@ -795,7 +801,7 @@ TEST_F(Scene, PaintOpensTheWindowDeviceAroundDoPaint)
     InvalidateRect(hwndOf(a), nullptr, TRUE);
     UpdateWindow(hwndOf(a));
     a.repaint();
-    WVisualObject::setPaintDeviceHooks(nullptr, nullptr);
+    WVisualObject::setPaintDeviceHooks(libraryOpen, libraryClose);
     EXPECT_EQ(FakeDevice::opened, 2);
     EXPECT_EQ(FakeDevice::closed, 2);
     EXPECT_NE(FakeDevice::lastDC, nullptr);

@@ -162,10 +162,12 @@ public:
     int charSkip() const { return m_charSkip; }
 
     // How WM_PAINT and repaint open the window's paint device around doPaint. The painter
-    // installs its window device here; with none installed doPaint receives null.
+    // installs its window device here when the library loads; with none installed doPaint
+    // receives null.
     typedef PaintDevice* (*OpenPaintDevice)(WVisualObject* window, void* hdc);
     typedef void (*ClosePaintDevice)(PaintDevice* device);
     static void setPaintDeviceHooks(OpenPaintDevice open, ClosePaintDevice close);
+    static void paintDeviceHooks(OpenPaintDevice* open, ClosePaintDevice* close);
 
     // The common window procedure's entry, for the Win32 callback.
     static std::intptr_t dispatchMessage(void* window, unsigned message, std::uintptr_t wParam,
