@@ -56,8 +56,8 @@
 //  7. Every bookmark of this editor's file points at a row of the document, one a row.
 class VEXAPI_API CSrcEditEng : public virtual Object, public CBookmarkLookup {
 public:
-    static const int HistorySize = 16;
-    static const int HistoryText = 257;
+    static constexpr int HistorySize = 16;
+    static constexpr int HistoryText = 257;
 
     // Search state: histories of the dialogs (entry 0 is the current text), the flags and
     // where the next search starts.
