@@ -440,7 +440,11 @@ bool CSrcEditEng::ClipboardCopy(int mode)
     int c1, r1, c2, r2;
     if (!getSel(c1, r1, c2, r2))
         return false;
+    // What a cut deletes: labels are taken whole.
+    widenOutOfLabels(c1, r1, c2, r2);
     int n = getTextLen(c1, r1, c2, r2);
+    if (n < 0)
+        return false;
     if (n == 0)
         return true;
     if (!m_clipboard)
