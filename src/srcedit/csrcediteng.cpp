@@ -20,7 +20,6 @@ CSrcEditEng::CSrcEditEng()
     m_search->forward = true;
     m_search->wholeFile = true;
     m_search->lastCol = m_search->lastRow = -1;
-    document.setActual(true);
     // The control always has a row.
     document.AddString(new CEditString());
 }
@@ -41,6 +40,8 @@ bool CSrcEditEng::setText(const WChar* text)
     currentStep = appliedCount = 0;
     // The rows go: so do this file's bookmarks, which would point at them.
     m_bookmarks.DelAllBookmark(m_fileName.c_str());
+    clearHighlight();
+    tags.RemoveAll();
     document.DelAllString();
     if (!text) {
         static const WChar lf[] = {WChar('\n'), 0};
@@ -366,6 +367,16 @@ bool CSrcEditEng::Return()
     return true;
 }
 
+void CSrcEditEng::repaintTyped(int col, int row)
+{
+    // The pair partner of what was typed is highlighted; on another row all is repainted.
+    int partner = AssignHighlightLexems(col, row);
+    if (partner >= 0 && partner != row)
+        ReDraw();
+    else
+        ReDrawRow(row);
+}
+
 bool CSrcEditEng::onChar(const WChar* text)
 {
     if (!text || !text[0] || text[1])
@@ -395,7 +406,7 @@ bool CSrcEditEng::onChar(const WChar* text)
         bool ok = UndoStrChange(-1, &c, col, 1);
         send(this, &CSrcEditEng::doChange, true);
         send(this, &CSrcEditEng::doParse, row, row);
-        ReDrawRow(row);
+        repaintTyped(col, row);
         if (ok)
             MoveRight(1);
         UndoCommitStep();
@@ -426,7 +437,7 @@ bool CSrcEditEng::onChar(const WChar* text)
     bool ok = UndoStrInsert(-1, insert, n, col);
     send(this, &CSrcEditEng::doChange, true);
     send(this, &CSrcEditEng::doParse, row, row);
-    ReDrawRow(row);
+    repaintTyped(col, row);
     if (ok)
         MoveRight(n);
     UndoCommitStep();
@@ -587,6 +598,10 @@ bool CSrcEditEng::doChange(bool textChanged)
 {
     if (textChanged)
         m_modified = true;
+    if (GetHlOpen() || GetHlClose()) {
+        ReDraw();
+        clearHighlight();
+    }
     ResetScrollBars();
     send(this, &CSrcEditEng::onChange, textChanged);
     return true;
@@ -596,12 +611,6 @@ bool CSrcEditEng::onChange(bool) { return true; }
 bool CSrcEditEng::onUndo() { return true; }
 bool CSrcEditEng::onRedo() { return true; }
 bool CSrcEditEng::onBookmark(const WChar*, CEditString*) { return true; }
-bool CSrcEditEng::doParse(int, int) { return true; }
-bool CSrcEditEng::onInsertRow(int, int) { return true; }
-bool CSrcEditEng::onDeleteRow(int, int) { return true; }
-bool CSrcEditEng::onExpandBlock(int, int, int, int) { return true; }
-bool CSrcEditEng::onCollapseBlock(int, int, int, int) { return true; }
-void CSrcEditEng::ReDraw() {}
 void CSrcEditEng::ReDrawRow(int) {}
 void CSrcEditEng::ReShow() {}
 void CSrcEditEng::ReDrawBmpBar() {}
@@ -645,5 +654,7 @@ int CSrcEditEng::checkInvariants() const
                 return 7;
         }
     }
+    if (CSrcEditLex::checkInvariants() != 0)
+        return 8;
     return 0;
 }

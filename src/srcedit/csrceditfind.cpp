@@ -82,12 +82,23 @@ bool CSrcEditEng::FindString(int& col, int& row, const WChar* text, bool wholeWo
     if (generalIds) {
         col = hit;
         row = s->GeneralId();
-    } else {
-        // A match in hidden text shows at its label.
-        col = s->hasSegments() ? s->Abs2VisPos(hit) : hit;
-        row = r;
+        return true;
     }
-    return true;
+    if (s->hasSegments()) {
+        // The folds over the match open (as an undo step of their own) so it can be shown.
+        int at = hit;
+        int n = wstrlen(text);
+        if (ExpandRowToAbsColumn(r, at, n, true)) {
+            col = at;
+        } else {
+            s = document.GetString(r);
+            col = s ? s->Abs2VisPos(hit) : -1;
+        }
+    } else {
+        col = hit;
+    }
+    row = r;
+    return col >= 0;
 }
 
 bool CSrcEditEng::FindFirst()
@@ -250,6 +261,25 @@ bool CSrcEditEng::GetFindStr(WChar* buffer)
         return written > 1;
     }
     // The word at the column behind the caret.
+    if (lexLoaded()) {
+        int start = 0, len = MaxFindText;
+        if (GetLexPos(std::max(m_caretCol - 1, 0), m_caretRow, buffer, start, len)) {
+            buffer[std::min(len, MaxFindText)] = 0;
+            return true;
+        }
+    } else if (wordBehindCaret(buffer)) {
+        return true;
+    }
+    if (m_search->findHistory[0][0]) {
+        wstrcpy(buffer, m_search->findHistory[0]);
+        return true;
+    }
+    return false;
+}
+
+bool CSrcEditEng::wordBehindCaret(WChar* buffer) const
+{
+    // Without a lexeme table, words end at the search's word separators.
     CEditString* s = document.GetString(m_caretRow);
     const WChar* text = s ? s->GetData() : nullptr;
     int length = s ? s->GetLength() : 0;
@@ -265,10 +295,6 @@ bool CSrcEditEng::GetFindStr(WChar* buffer)
             buffer[i] = text[a + i];
         buffer[n] = 0;
         return n > 0;
-    }
-    if (m_search->findHistory[0][0]) {
-        wstrcpy(buffer, m_search->findHistory[0]);
-        return true;
     }
     return false;
 }

@@ -562,51 +562,6 @@ bool CSrcEditEng::UndoDeleteBookmark(CEditString* row, int key, bool ownStep)
 
 // ---- Folds.
 
-bool CSrcEditEng::collapseBlock(int col1, int row1, int col2, int row2, int type, const WChar* label)
-{
-    CEditStringArray* block = new CEditStringArray();
-    if (!document.getSmartText(block, false, col1, row1, col2, row2)) {
-        delete block;
-        return false;
-    }
-    int endCol, endRow;
-    CEditString* labelRow = CEditString::fromBlock(block, type, label);
-    if (!labelRow) {
-        document.insSmartText(block, false, col1, row1, endCol, endRow);
-        delete block;
-        return false;
-    }
-    CEditStringArray carrier;
-    carrier.AddString(labelRow);
-    if (!document.insSmartText(&carrier, false, col1, row1, endCol, endRow))
-        return false; // cannot happen: the place was just cut at
-    return true;
-}
-
-bool CSrcEditEng::expandBlock(CTextSegment* segment, int row, int& endCol, int& endRow)
-{
-    CEditString* s = document.GetString(row);
-    if (!s || !segment || segment->oString() != s || !segment->block())
-        return false;
-    int col = segment->col();
-    CEditStringArray carrier;
-    if (!document.getSmartText(&carrier, false, col, row, col + segment->shortLength(), row))
-        return false;
-    CEditString* labelRow = carrier.GetString(0);
-    CTextSegment* cut = labelRow ? labelRow->segmentAt(0) : nullptr;
-    if (!cut) {
-        document.insSmartText(&carrier, false, col, row, endCol, endRow);
-        return false;
-    }
-    // The segment gives its block up before it goes, so the hidden rows live on.
-    CEditStringArray* hidden = cut->block();
-    cut->setBlock(new CEditStringArray());
-    labelRow->DelSegment(cut, false);
-    bool ok = document.insSmartText(hidden, false, col, row, endCol, endRow);
-    delete hidden;
-    return ok;
-}
-
 bool CSrcEditEng::CollapseBlock(int col1, int row1, int col2, int row2, int type, const WChar* label, bool ownStep)
 {
     if (row1 < 0 || row2 >= document.GetRowCount() || row1 > row2)
@@ -632,7 +587,11 @@ bool CSrcEditEng::CollapseBlock(int col1, int row1, int col2, int row2, int type
     bool ok = UndoCollapseBlock(col1, row1, col2, row2, type, label);
     for (int i = 0; i < ids.size(); ++i)
         UndoInsertBookmark(document.GenRowId2String(ids[i]), keys[i], false);
-    send(this, &CSrcEditEng::doParse, row1, row1);
+    clearHighlight();
+    if (!ok && row2 > row1)
+        send(this, &CSrcEditEng::doParse, -1, -1); // the rows stayed: the tags are made again
+    else
+        send(this, &CSrcEditEng::doParse, row1, row1);
     if (ownStep) {
         if (m_undo.GetSize() > before) {
             send(this, &CSrcEditEng::doChange, false);
@@ -670,6 +629,7 @@ bool CSrcEditEng::ExpandBlock(int col, int row, bool ownStep)
     }
     for (int i = 0; i < ids.size(); ++i)
         UndoInsertBookmark(document.GenRowId2String(ids[i]), keys[i], false);
+    clearHighlight();
     send(this, &CSrcEditEng::doParse, row, endRow);
     if (ownStep) {
         if (m_undo.GetSize() > before) {
@@ -841,16 +801,12 @@ bool CSrcEditEng::SetBookmarkNum(int key)
     return true;
 }
 
-namespace {
-
-// The top-block row showing `row` (itself, or the row whose fold hides it).
-int visibleRowOf(CEditString* row)
+int CSrcEditEng::showBookmarkRow(CEditString* row)
 {
-    CEditString* top = row ? row->visibleOwnerString() : nullptr;
-    return top ? top->visRowId() : -1;
+    // A hidden row is unfolded into view, each fold opened as an undo step.
+    CEditString* shown = EnsureVisible(row, true);
+    return shown && shown->oBlock() == &document ? shown->visRowId() : -1;
 }
-
-} // namespace
 
 bool CSrcEditEng::GoToBookmarkNum(int key)
 {
@@ -862,7 +818,7 @@ bool CSrcEditEng::GoToBookmarkNum(int key)
             continue;
         if (!mark->inFile(m_fileName.c_str()))
             return send(this, &CSrcEditEng::onBookmark, (const WChar*)mark->fileName, mark->row);
-        int row = visibleRowOf(mark->row);
+        int row = showBookmarkRow(mark->row);
         if (row < 0)
             return false;
         SetCaretPos(0, row, true, false);
@@ -881,7 +837,7 @@ bool CSrcEditEng::GoToNextBookmark()
             continue;
         if (!mark->inFile(m_fileName.c_str()))
             return send(this, &CSrcEditEng::onBookmark, (const WChar*)mark->fileName, mark->row);
-        int row = visibleRowOf(mark->row);
+        int row = showBookmarkRow(mark->row);
         if (row >= 0) {
             SetCaretPos(0, row, true, false);
             return true;
@@ -898,7 +854,7 @@ bool CSrcEditEng::GoToBookmark()
         return false;
     if (!mark->inFile(m_fileName.c_str()))
         return send(this, &CSrcEditEng::onBookmark, (const WChar*)mark->fileName, mark->row);
-    int row = visibleRowOf(mark->row);
+    int row = showBookmarkRow(mark->row);
     if (row < 0)
         return false;
     SetCaretPos(0, row, true, false);

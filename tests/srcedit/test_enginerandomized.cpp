@@ -2,8 +2,11 @@
 // both modes, line breaks, deleting, the clipboard, indenting, replacing, folding and
 // unfolding, bookmarks, undo and redo) from a fixed seed. After each operation the
 // engine's invariants must hold; at the end, undoing every step must give back the
-// original text, folds and bookmarks exactly, and redoing every step the final state.
+// original text, folds and bookmarks exactly, and redoing every step the final state. With
+// a lexeme table loaded, the tags kept up by the engine's signals must after each operation
+// equal a full parse.
 #include "enginetesting.h"
+#include "lextesting.h"
 
 #include <gtest/gtest.h>
 
@@ -156,6 +159,8 @@ TEST(EngineRandomized, EveryOperationKeepsInvariantsAndTheHistoryIsExact)
         MemoryClipboard clip;
         e.setClipboard(&clip);
         e.SetAssignedFileName(W("random.sql").c_str());
+        std::vector<tagCTextLex> table = testTable();
+        e.setTextLex(table.data(), int(table.size()));
         std::string start = initialText(r);
         load(e, start);
         const std::string originalPicture = picture(e.GetDocument());
@@ -164,12 +169,18 @@ TEST(EngineRandomized, EveryOperationKeepsInvariantsAndTheHistoryIsExact)
         for (int i = 0; i < kOperations; ++i) {
             operate(e, clip, r, stats);
             ASSERT_EQ(e.checkInvariants(), 0) << "seed " << seed << ", operation " << i;
+            // The tags kept up by the signals are those of a full parse.
+            std::string kept = dumpTags(e.GetTags());
+            ASSERT_EQ(kept, fullParse(e)) << "seed " << seed << ", operation " << i;
         }
         // Every kind really ran.
         EXPECT_GT(stats.folds, 100);
         EXPECT_GT(stats.expands, 50);
         EXPECT_GT(stats.undos, 100);
         EXPECT_GT(stats.redos, 20);
+        // The history's end: what the last undos took back is redone first.
+        while (e.isRedo() && e.redo())
+            ASSERT_EQ(e.checkInvariants(), 0);
         const std::string finalPicture = picture(e.GetDocument());
         const auto finalMarks = marks(e);
         EXPECT_FALSE(finalMarks.empty());
@@ -178,6 +189,8 @@ TEST(EngineRandomized, EveryOperationKeepsInvariantsAndTheHistoryIsExact)
         while (e.isUndo() && e.undo()) {
             ++steps;
             ASSERT_EQ(e.checkInvariants(), 0) << "undo " << steps;
+            std::string kept = dumpTags(e.GetTags());
+            ASSERT_EQ(kept, fullParse(e)) << "undo " << steps;
         }
         EXPECT_EQ(e.GetStep(), 0);
         EXPECT_EQ(picture(e.GetDocument()), originalPicture) << "seed " << seed;
@@ -187,6 +200,8 @@ TEST(EngineRandomized, EveryOperationKeepsInvariantsAndTheHistoryIsExact)
         while (e.isRedo() && e.redo()) {
             ++redone;
             ASSERT_EQ(e.checkInvariants(), 0) << "redo " << redone;
+            std::string kept = dumpTags(e.GetTags());
+            ASSERT_EQ(kept, fullParse(e)) << "redo " << redone;
         }
         EXPECT_EQ(redone, steps);
         EXPECT_EQ(picture(e.GetDocument()), finalPicture) << "seed " << seed;

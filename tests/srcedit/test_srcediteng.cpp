@@ -493,20 +493,62 @@ TEST(EngineSearch, ReplaceOneAndAll)
     EXPECT_EQ(text(e), "a.b Q\r\na.b");
 }
 
-TEST(EngineSearch, ReplaceAllStopsAtALabelAndLeavesTheStepOpen)
+TEST(EngineSearch, ReplaceAllUnfoldsHiddenMatchesAsAStepOfTheirOwn)
 {
     CSrcEditEng e;
     load(e, "xx\nx(x\n)x\nxx");
     ASSERT_TRUE(e.CollapseBlock(1, 1, 1, 2, 6, nullptr)); // row 1: "x ( ... ) x"
+    std::string folded = picture(e.GetDocument());
     e.setFindText(W("x").c_str());
     e.setReplaceText(W("y").c_str());
     int step = e.GetStep();
-    EXPECT_FALSE(e.ReplaceAll()); // the "x" hidden in the fold shows at the label
+    EXPECT_TRUE(e.ReplaceAll());
+    EXPECT_EQ(text(e), "yy\r\ny(y\r\n)y\r\nyy");
+    EXPECT_EQ(e.GetRowCount(), 4);
+    // The replacements up to the fold are one step; the unfolding opens the next, which
+    // takes the rest.
+    EXPECT_EQ(e.GetStep(), step + 2);
+    e.undo();
+    EXPECT_EQ(e.GetRowCount(), 3);
+    EXPECT_EQ(stored(e.GetString(1)), "y ( ... ) x");
+    e.undo();
+    EXPECT_EQ(picture(e.GetDocument()), folded);
+}
+
+// Finds without unfolding, so that a match in hidden text stands at its label.
+class FoldedFindEngine : public CSrcEditEng {
+public:
+    bool FindString(int& col, int& row, const WChar* text, bool wholeWord, bool matchCase, bool forward,
+                    bool) override
+    {
+        if (!CSrcEditEng::FindString(col, row, text, wholeWord, matchCase, forward, true))
+            return false;
+        for (int i = 0; i < GetRowCount(); ++i)
+            if (GetString(i)->GeneralId() == row) {
+                col = GetString(i)->Abs2VisPos(col);
+                row = i;
+                return true;
+            }
+        return false;
+    }
+};
+
+TEST(EngineSearch, ReplaceAllStopsAtALabelAndLeavesTheStepOpen)
+{
+    FoldedFindEngine e;
+    load(e, "xx\nx(x\n)x\nxx");
+    ASSERT_TRUE(e.CollapseBlock(1, 1, 1, 2, 6, nullptr));
+    e.setFindText(W("x").c_str());
+    e.setReplaceText(W("y").c_str());
+    int step = e.GetStep();
+    EXPECT_FALSE(e.ReplaceAll()); // the hidden "x" stands at the label
     EXPECT_EQ(e.GetStep(), step + 1);
     EXPECT_EQ(stored(e.GetString(0)), "yy");
+    EXPECT_EQ(stored(e.GetString(1)), "y ( ... ) x");
     EXPECT_EQ(e.checkInvariants(), 0);
     e.undo();
     EXPECT_EQ(stored(e.GetString(0)), "xx");
+    EXPECT_EQ(stored(e.GetString(1)), "x ( ... ) x");
 }
 
 // ---- Folds.

@@ -8,6 +8,7 @@
 #include <vexapi/srcedit/ceditclipboard.h>
 #include <vexapi/srcedit/ceditstring.h>
 #include <vexapi/srcedit/ceditstringarray.h>
+#include <vexapi/srcedit/csrceditlex.h>
 #include <vexapi/srcedit/ctextsegment.h>
 #include <vexapi/srcedit/cundoarray.h>
 
@@ -43,8 +44,12 @@
 //   redo: currentStep -> step of the record at appliedCount. A new step (UndoNextStep)
 //   deletes the undone records first.
 //
-// Ownership: the engine owns the document, the undo records and the bookmarks; the
-// clipboard is the caller's.
+// The engine stands on the colouring layer (CSrcEditLex), which owns the document and
+// keeps the tags; the signals it sends after each change (onInsertRow, onDeleteRow,
+// doParse) keep the tags those of a full parse.
+//
+// Ownership: the engine owns the undo records and the bookmarks; the clipboard is the
+// caller's.
 //
 // Invariants (checkInvariants gives the number of the first broken):
 //  1. The document's own invariants hold.
@@ -54,7 +59,8 @@
 //  5. Records carry steps >= 1 in non-decreasing order, and known actions.
 //  6. The records in effect and the undone ones divide at appliedCount as above.
 //  7. Every bookmark of this editor's file points at a row of the document, one a row.
-class VEXAPI_API CSrcEditEng : public virtual Object, public CBookmarkLookup {
+//  8. The colouring layer's invariants hold (CSrcEditLex::checkInvariants).
+class VEXAPI_API CSrcEditEng : public CSrcEditLex, public CBookmarkLookup {
 public:
     static constexpr int HistorySize = 16;
     static constexpr int HistoryText = 257;
@@ -90,11 +96,8 @@ public:
     virtual int getTextLen();
     int getTextLen(int col1, int row1, int col2, int row2);
 
-    CEditStringArray* GetDocument() { return &document; }
-    const CEditStringArray* GetDocument() const { return &document; }
     // Row i of the document's top block (-1: the caret's row), or null.
     CEditString* GetString(int i) const;
-    int GetRowCount() const { return document.GetRowCount(); }
     int GetColCount() const { return document.GetColCount(); }
     int GetTotalRowCount() const { return document.totalRows(); }
     int Abs2VisRowId(int absRow, bool nearest = true) const { return document.Abs2VisRowId(absRow, nearest); }
@@ -247,13 +250,10 @@ public:
 
     // Folds the range into a label of `type` (1..7) or `label`, as one step with
     // `ownStep`; bookmarks inside survive.
-    virtual bool CollapseBlock(int col1, int row1, int col2, int row2, int type, const WChar* label,
-                               bool ownStep = true);
+    bool CollapseBlock(int col1, int row1, int col2, int row2, int type, const WChar* label,
+                       bool ownStep = true) override;
     // Opens the fold whose label holds `col` on `row`.
-    virtual bool ExpandBlock(int col, int row, bool ownStep = true);
-    // The fold itself, without undo or signals.
-    bool collapseBlock(int col1, int row1, int col2, int row2, int type, const WChar* label);
-    bool expandBlock(CTextSegment* segment, int row, int& endCol, int& endRow);
+    bool ExpandBlock(int col, int row, bool ownStep = true) override;
 
     // ---- Bookmarks.
 
@@ -289,16 +289,11 @@ public:
     virtual bool onRedo();
     // A bookmark of another file was asked for.
     virtual bool onBookmark(const WChar* fileName, CEditString* row);
-    // Rows from..to changed and should be lexed again; nothing here.
-    virtual bool doParse(int from, int to);
-    virtual bool onInsertRow(int row, int n);
-    virtual bool onDeleteRow(int row, int n);
-    virtual bool onExpandBlock(int col, int row, int endCol, int endRow);
-    virtual bool onCollapseBlock(int col1, int row1, int col2, int row2);
+    // doParse, onInsertRow, onDeleteRow, onExpandBlock and onCollapseBlock are the
+    // colouring layer's.
 
     // ---- Repaint and scrolling; nothing here, the control paints.
 
-    virtual void ReDraw();
     virtual void ReDrawRow(int row);
     virtual void ReShow();
     virtual void ReDrawBmpBar();
@@ -326,9 +321,12 @@ protected:
     // end.
     void widenOutOfLabels(int& col1, int row1, int& col2, int row2) const;
     void setCaret(int col, int row);
+    void repaintTyped(int col, int row);
+    bool wordBehindCaret(WChar* buffer) const;
+    // Unfolds what hides `row` and gives its visible index; -1 when it is not shown.
+    int showBookmarkRow(CEditString* row);
     bool validMarkRow(const CEditString* row) const;
 
-    CEditStringArray document;
     CUndoArray m_undo;
     CBookmarkArray m_bookmarks;
     int currentStep;
