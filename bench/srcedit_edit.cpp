@@ -348,11 +348,11 @@ BENCHMARK(Engine_Type)->Unit(benchmark::kMillisecond)->Iterations(20);
 BENCHMARK(Engine_ReplaceAll)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(Engine_UndoAll)->Unit(benchmark::kMillisecond)->Iterations(5);
 #ifdef VEXAPI_BENCH_QSCINTILLA
-BENCHMARK(QScintilla_Load)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(QScintilla_Load)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(QScintilla_Memory)->Iterations(1);
 BENCHMARK(QScintilla_Type)->Unit(benchmark::kMillisecond)->Iterations(1);
-BENCHMARK(QScintilla_ReplaceAll)->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK(QScintilla_UndoAll)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(QScintilla_ReplaceAll)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(QScintilla_UndoAll)->Unit(benchmark::kMillisecond)->Iterations(1);
 #endif
 
 // Prints, after Google Benchmark's own table, each operation's engine and peer figures and
