@@ -62,8 +62,7 @@
 //  8. The colouring layer's invariants hold (CSrcEditLex::checkInvariants).
 class VEXAPI_API CSrcEditEng : public CSrcEditLex, public CBookmarkLookup {
 public:
-    static constexpr int HistorySize = 16;
-    static constexpr int HistoryText = 257;
+    enum { HistorySize = 16, HistoryText = 257 };
 
     // Search state: histories of the dialogs (entry 0 is the current text), the flags and
     // where the next search starts.

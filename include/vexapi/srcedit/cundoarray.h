@@ -63,7 +63,7 @@ struct VEXAPI_API UNDO {
 // partly undoable; this is accepted, the alternative being an unbounded history.
 class VEXAPI_API CUndoArray : public CEditPointerArray<UNDO> {
 public:
-    static constexpr int Limit = 65536;
+    enum { Limit = 65536 };
 
     CUndoArray() : CEditPointerArray<UNDO>(50) {}
     // Deletes the records, from the last down.
