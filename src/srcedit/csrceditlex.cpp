@@ -75,8 +75,10 @@ bool CSrcEditLex::setTextLex(const tagCTextLex* table, int count)
         return false;
 
     std::vector<tagCTextLex> copy;
+    std::vector<tagCTextLex> source;
     try {
         copy.assign(table, table + count);
+        source = copy;
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -99,6 +101,7 @@ bool CSrcEditLex::setTextLex(const tagCTextLex* table, int count)
             std::swap(copy[min], copy[place]);
     }
 
+    m_source.swap(source);
     m_table.swap(copy);
     m_bucketData.clear();
     for (int& b : m_bucket)
@@ -128,6 +131,17 @@ bool CSrcEditLex::setTextLex(const tagCTextLex* table, int count)
     m_lexReady = true;
     send(this, &CSrcEditLex::doParse, -1, -1);
     return true;
+}
+
+void CSrcEditLex::setCaseSensitive(bool on)
+{
+    if (on == caseSensitive)
+        return;
+    caseSensitive = on;
+    if (m_lexLoaded) {
+        std::vector<tagCTextLex> source = m_source; // setTextLex replaces m_source
+        setTextLex(source.data(), int(source.size()));
+    }
 }
 
 int CSrcEditLex::MakeHash(const WChar* text) const

@@ -12,6 +12,23 @@ int sign(int v) { return v < 0 ? -1 : v > 0 ? 1 : 0; }
 
 } // namespace
 
+TagColorDefault tagDefaultColor(int type)
+{
+    static const TagColorDefault table[] = {
+        {true, 6, 0, 0, 0},         // background
+        {true, 14, 0, 0, 0},        // plain text
+        {true, -1, 0, 130, 0},      // comment
+        {true, -1, 101, 110, 127},  // string of the first kind
+        {true, -1, 255, 0, 0},      // string of the second kind
+        {true, -1, 0, 0, 128},      // word lexeme
+        {true, -1, 167, 157, 77},   // label of a folded block
+        {true, -1, 150, 150, 0},    // operator
+    };
+    if (type < 0 || type >= int(sizeof table / sizeof *table))
+        return {false, -1, 0, 0, 0};
+    return table[type];
+}
+
 CTagNode::CTagNode(int type_, int row_, int col_, int len_, int attr_)
     : type(type_), row(row_), col(col_), len(len_), attr(attr_), trueAttr(attr_), prev(nullptr), next(nullptr)
 {

@@ -179,6 +179,21 @@ TEST(CTagList, TagValuesCopyWithOrWithoutLinks)
     EXPECT_EQ(TA_OPENS, c.GetAttr());
 }
 
+TEST(CTagList, DefaultColoursOfTheClasses)
+{
+    EXPECT_EQ(6, tagDefaultColor(TT_BACKGROUND).systemColor);
+    EXPECT_EQ(14, tagDefaultColor(TT_TEXT).systemColor);
+    TagColorDefault comment = tagDefaultColor(TT_COMMENT);
+    EXPECT_EQ(-1, comment.systemColor);
+    EXPECT_EQ(130, comment.green);
+    TagColorDefault label = tagDefaultColor(TT_LABEL);
+    EXPECT_EQ(167, label.red);
+    EXPECT_EQ(77, label.blue);
+    EXPECT_TRUE(tagDefaultColor(TT_OPERATOR).defined);
+    EXPECT_FALSE(tagDefaultColor(TT_FIRST_FREE).defined);
+    EXPECT_FALSE(tagDefaultColor(-1).defined);
+}
+
 TEST(CTagList, EditorTagsForRows)
 {
     CSrcEditLex editor;

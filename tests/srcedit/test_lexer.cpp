@@ -58,6 +58,13 @@ TEST(LexTable, CaseFoldingFoldsTheTableOnLoad)
     EXPECT_EQ("select:5", coloured(exact, 0));
     EXPECT_EQ("Upper:5", coloured(exact, 1));
     EXPECT_EQ('A', exact.CaseConversion('A'));
+
+    // Switching installs the table again and colours the document anew.
+    editor.setCaseSensitive(true);
+    EXPECT_EQ("select:5", coloured(editor, 0));
+    EXPECT_EQ("Upper:5", coloured(editor, 1));
+    editor.setCaseSensitive(false);
+    EXPECT_EQ("SELECT:5 Select:5 select:5", coloured(editor, 0));
 }
 
 TEST(LexTable, CaseSensitiveLexemesOfOneHashShareTheirBucket)

@@ -207,3 +207,52 @@ TEST(LexFolds, SignGeometryAndBlockTips)
 }
 
 } // namespace
+
+namespace {
+
+// ---- Paired lexemes, with simple lexemes placed by hand as a derived editor would.
+
+TEST(LexPairs, HighlightFindsThePartnerThroughNesting)
+{
+    CSrcEditLex editor;
+    load(editor, "( (\n) x\n)");
+    EXPECT_EQ(-1, editor.AssignHighlightLexems(0, 0)); // no pairs yet
+    EXPECT_EQ(1, editor.AddPairedLexems(1, 2));
+    EXPECT_EQ(-1, editor.AddPairedLexems(2, 3)); // 2 already stands in a pair
+    EXPECT_EQ(-1, editor.AddPairedLexems(4, 4));
+    EXPECT_EQ(2, editor.AddPairedLexems(5, 6));
+    auto put = [&](int row, int name, int col) {
+        editor.GetString(row)->InsSimpleLex(new CLexData(name, LT_NONE, col, 1, nullptr));
+    };
+    put(0, 1, 0);
+    put(0, 1, 2);
+    put(1, 2, 0);
+    put(2, 2, 0);
+    struct Case {
+        int col, row, answer, openRow, openCol;
+    } cases[] = {
+        {0, 0, 2, 0, 0},  // the outer open finds the last close
+        {2, 0, 1, 0, 2},  // the inner one the close on row 1
+        {0, 2, 0, 0, 0},  // and back from the last close
+        {2, 1, -1, -1, -1}, // no lexeme at that column
+        {0, 7, -1, -1, -1}, // no such row
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.answer, editor.AssignHighlightLexems(c.col, c.row)) << c.row << ":" << c.col;
+        if (c.answer < 0) {
+            EXPECT_EQ(nullptr, editor.GetHlOpen());
+            EXPECT_EQ(nullptr, editor.GetHlClose());
+        } else {
+            EXPECT_EQ(c.openRow, editor.GetHlOpen()->owner->visRowId());
+            EXPECT_EQ(c.openCol, editor.GetHlOpen()->col);
+        }
+    }
+    // An open without its close has no partner.
+    editor.GetString(2)->ClearSimpleLexes();
+    EXPECT_EQ(-1, editor.AssignHighlightLexems(0, 0));
+    editor.ClearPairedLexems();
+    EXPECT_EQ(0, editor.CountPairedLexems());
+    EXPECT_EQ(-1, editor.AssignHighlightLexems(2, 0));
+}
+
+} // namespace

@@ -67,8 +67,9 @@ public:
     bool lexReady() const { return m_lexReady; }
     bool lexLoaded() const { return m_lexLoaded; }
     bool isCaseSensitive() const { return caseSensitive; }
-    // Takes effect with the next setTextLex, which folds the table or not.
-    void setCaseSensitive(bool on) { caseSensitive = on; }
+    // A loaded table is installed again from the application's copy, folded or not, and the
+    // document parsed again.
+    void setCaseSensitive(bool on);
 
     // The bucket of a first character: its low byte, raised by 32 from 'A'..'Z' when the
     // editor is not case sensitive. Characters with the same low byte share a bucket.
@@ -235,6 +236,7 @@ protected:
 
     CEditStringArray document;
     CTagList tags;
+    std::vector<tagCTextLex> m_source;           // the table as the application gave it
     std::vector<tagCTextLex> m_table;            // the sorted, folded copy
     std::vector<const tagCTextLex*> m_bucketData; // every bucket, each ending with null
     int m_bucket[HashSize];                       // start of each bucket in m_bucketData, -1: none

@@ -22,6 +22,17 @@ enum TagType {
     TT_COUNT = 12
 };
 
+// The default colour of a tag class for the editor's colour table: a system colour (its
+// index in `systemColor`) for the background and plain text, else red, green and blue.
+// Classes 8 to 11, and any other, have none (`defined` false): they keep the default of
+// the colour type.
+struct TagColorDefault {
+    bool defined;
+    int systemColor; // -1 when the colour is given by red, green and blue
+    int red, green, blue;
+};
+VEXAPI_API TagColorDefault tagDefaultColor(int type);
+
 // How a run relates to its row's ends.
 enum TagAttr {
     TA_INSIDE = 0,  // wholly inside this row
