@@ -154,7 +154,11 @@ void BM_Raw_CountPage(benchmark::State& state)
 
 // ---- The statement ----
 
-void BM_Stmt_FirstScreen(benchmark::State& state)
+// Each iteration readies a statement afresh over the select of the benchmark's argument
+// (created and retrieved) and runs `visit` on it; the floor is the count and page of the same
+// argument.
+template <class Visit>
+void timeStatement(benchmark::State& state, Visit visit)
 {
     OrvConnect db("bench", "", fileOf(state.range(0)).c_str(), 0, true);
     unsigned short handle = db;
@@ -165,52 +169,39 @@ void BM_Stmt_FirstScreen(benchmark::State& state)
         st.setSQLSelect(W(selectOf(state.range(0))).c_str());
         st.create();
         st.retrieve();
+        benchmark::DoNotOptimize(visit(st));
+    }
+    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+}
+
+void BM_Stmt_FirstScreen(benchmark::State& state)
+{
+    timeStatement(state, [](OrvaneStatement& st) {
         double sum = 0;
         int rows = 0;
         for (DataSource::Iterator it = st.begin(); rows < kScreen && it != st.end(); ++it, ++rows)
             sum += readRow(st, it);
-        benchmark::DoNotOptimize(sum);
-    }
-    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+        return sum;
+    });
 }
 
 // 1,000 visits of random rows of one statement (the first ones build the cursor's index,
 // or for the join copy the result as far as the rows visited).
 void BM_Stmt_RandomVisits(benchmark::State& state)
 {
-    OrvConnect db("bench", "", fileOf(state.range(0)).c_str(), 0, true);
-    unsigned short handle = db;
-    resetPeak();
-    for (auto _ : state) {
-        OrvaneStatement st;
-        st.setConnect(&handle);
-        st.setSQLSelect(W(selectOf(state.range(0))).c_str());
-        st.create();
-        st.retrieve();
+    timeStatement(state, [](OrvaneStatement& st) {
         std::mt19937 rng(42);
         std::uniform_int_distribution<int> pick(1, st.rowCount());
         double sum = 0;
         for (int i = 0; i < 1000; ++i)
             sum += readRow(st, st.row2iterator(pick(rng)));
-        benchmark::DoNotOptimize(sum);
-    }
-    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+        return sum;
+    });
 }
 
 void BM_Stmt_LastRow(benchmark::State& state)
 {
-    OrvConnect db("bench", "", fileOf(state.range(0)).c_str(), 0, true);
-    unsigned short handle = db;
-    resetPeak();
-    for (auto _ : state) {
-        OrvaneStatement st;
-        st.setConnect(&handle);
-        st.setSQLSelect(W(selectOf(state.range(0))).c_str());
-        st.create();
-        st.retrieve();
-        benchmark::DoNotOptimize(readRow(st, st.row2iterator(st.rowCount())));
-    }
-    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+    timeStatement(state, [](OrvaneStatement& st) { return readRow(st, st.row2iterator(st.rowCount())); });
 }
 
 // ---- Writing 10,000 edited rows ----
