@@ -8,7 +8,7 @@
 //
 // Data: build/bench/data/readings-<rows>.db and orders-<lines>.db (or $VEXAPI_BENCH_DATA),
 // made once by the sample generator and reused.
-#include "sampledb.h"
+#include "benchutil.h"
 
 #include <vexapi/orvcpp/orvcursor.h>
 #include <vexapi/sql/orvanestatement.h>
@@ -29,6 +29,12 @@
 
 using namespace OrvCPP;
 using namespace DataSourceAPI;
+using benchutil::complete;
+using benchutil::dataDir;
+using benchutil::finish;
+using benchutil::readingsFile;
+using benchutil::resetPeak;
+using benchutil::warm;
 
 namespace {
 
@@ -45,56 +51,6 @@ WString W(const char* ascii)
     for (; *ascii; ++ascii)
         s += WChar(static_cast<unsigned char>(*ascii));
     return s;
-}
-
-std::string dataDir()
-{
-    const char* env = std::getenv("VEXAPI_BENCH_DATA");
-    return env && *env ? env : "build/bench/data";
-}
-
-bool complete(const std::string& path, const char* sql, long long want)
-{
-    sqlite3* db = nullptr;
-    bool ok = false;
-    if (std::ifstream(path) && sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, sql, -1, &st, nullptr) == SQLITE_OK && sqlite3_step(st) == SQLITE_ROW)
-            ok = sqlite3_column_int64(st, 0) >= want;
-        sqlite3_finalize(st);
-    }
-    sqlite3_close(db);
-    return ok;
-}
-
-void warm(const std::string& path, const char* table)
-{
-    sqlite3* db = nullptr;
-    sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-    sqlite3_exec(db, (std::string("select count(*) from ") + table).c_str(), nullptr, nullptr, nullptr);
-    sqlite3_close(db);
-}
-
-// The readings file as the cursor benchmark makes it (shared with it).
-std::string readingsFile(long long rows)
-{
-    static std::map<long long, std::string> made;
-    if (made.count(rows))
-        return made[rows];
-    std::filesystem::create_directories(dataDir());
-    const std::string path = dataDir() + "/readings-" + std::to_string(rows) + ".db";
-    if (!complete(path, "select rows from bench_info", rows)) {
-        std::fprintf(stderr, "making %s (once) ...\n", path.c_str());
-        std::filesystem::remove(path);
-        OrvConnect db("bench", "", path.c_str());
-        sample::createReadings(db, rows);
-        OrvCursor c(db, 0, "info");
-        c.execute("create table bench_info(rows integer)");
-        c.execute(("insert into bench_info values (" + std::to_string(rows) + ")").c_str());
-        c.commit();
-    }
-    warm(path, "readings");
-    return made[rows] = path;
 }
 
 // Customers, orders and about a million order lines (3.5 lines an order on average).
@@ -119,27 +75,6 @@ std::string ordersFile()
     return made = path;
 }
 
-void resetPeak()
-{
-    std::ofstream("/proc/self/clear_refs") << "5";
-}
-double peakMB()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.compare(0, 6, "VmHWM:") == 0)
-            return std::atof(line.c_str() + 6) / 1024.0;
-    return 0;
-}
-
-void finish(benchmark::State& state, const std::string& peer)
-{
-    state.counters["peak_rss_MB"] = peakMB();
-    if (!peer.empty())
-        state.SetLabel("ratio-to:" + peer);
-}
-
 std::string runName(const char* base, long long arg)
 {
     return std::string(base) + "/" + std::to_string(arg) + "/real_time";
@@ -159,20 +94,8 @@ double readRow(OrvaneStatement& st, const DataSource::Iterator& it)
     return sum;
 }
 
-struct Raw {
-    sqlite3* db = nullptr;
-    explicit Raw(const std::string& path, bool readOnly = true)
-    {
-        sqlite3_open_v2(path.c_str(), &db, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, nullptr);
-    }
-    ~Raw() { sqlite3_close_v2(db); }
-    sqlite3_stmt* prepare(const std::string& sql)
-    {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, sql.c_str(), -1, &st, nullptr) != SQLITE_OK)
-            std::fprintf(stderr, "raw: %s\n", sqlite3_errmsg(db));
-        return st;
-    }
+struct Raw : benchutil::RawConnection {
+    using RawConnection::RawConnection;
     long long scalar(sqlite3_stmt* st)
     {
         long long n = 0;
@@ -231,7 +154,11 @@ void BM_Raw_CountPage(benchmark::State& state)
 
 // ---- The statement ----
 
-void BM_Stmt_FirstScreen(benchmark::State& state)
+// Each iteration readies a statement afresh over the select of the benchmark's argument
+// (created and retrieved) and runs `visit` on it; the floor is the count and page of the same
+// argument.
+template <class Visit>
+void timeStatement(benchmark::State& state, Visit visit)
 {
     OrvConnect db("bench", "", fileOf(state.range(0)).c_str(), 0, true);
     unsigned short handle = db;
@@ -242,52 +169,39 @@ void BM_Stmt_FirstScreen(benchmark::State& state)
         st.setSQLSelect(W(selectOf(state.range(0))).c_str());
         st.create();
         st.retrieve();
+        benchmark::DoNotOptimize(visit(st));
+    }
+    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+}
+
+void BM_Stmt_FirstScreen(benchmark::State& state)
+{
+    timeStatement(state, [](OrvaneStatement& st) {
         double sum = 0;
         int rows = 0;
         for (DataSource::Iterator it = st.begin(); rows < kScreen && it != st.end(); ++it, ++rows)
             sum += readRow(st, it);
-        benchmark::DoNotOptimize(sum);
-    }
-    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+        return sum;
+    });
 }
 
 // 1,000 visits of random rows of one statement (the first ones build the cursor's index,
 // or for the join copy the result as far as the rows visited).
 void BM_Stmt_RandomVisits(benchmark::State& state)
 {
-    OrvConnect db("bench", "", fileOf(state.range(0)).c_str(), 0, true);
-    unsigned short handle = db;
-    resetPeak();
-    for (auto _ : state) {
-        OrvaneStatement st;
-        st.setConnect(&handle);
-        st.setSQLSelect(W(selectOf(state.range(0))).c_str());
-        st.create();
-        st.retrieve();
+    timeStatement(state, [](OrvaneStatement& st) {
         std::mt19937 rng(42);
         std::uniform_int_distribution<int> pick(1, st.rowCount());
         double sum = 0;
         for (int i = 0; i < 1000; ++i)
             sum += readRow(st, st.row2iterator(pick(rng)));
-        benchmark::DoNotOptimize(sum);
-    }
-    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+        return sum;
+    });
 }
 
 void BM_Stmt_LastRow(benchmark::State& state)
 {
-    OrvConnect db("bench", "", fileOf(state.range(0)).c_str(), 0, true);
-    unsigned short handle = db;
-    resetPeak();
-    for (auto _ : state) {
-        OrvaneStatement st;
-        st.setConnect(&handle);
-        st.setSQLSelect(W(selectOf(state.range(0))).c_str());
-        st.create();
-        st.retrieve();
-        benchmark::DoNotOptimize(readRow(st, st.row2iterator(st.rowCount())));
-    }
-    finish(state, runName("BM_Raw_CountPage", state.range(0)));
+    timeStatement(state, [](OrvaneStatement& st) { return readRow(st, st.row2iterator(st.rowCount())); });
 }
 
 // ---- Writing 10,000 edited rows ----

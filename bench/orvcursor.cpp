@@ -7,7 +7,7 @@
 // Data: build/bench/data/readings-<rows>.db (or $VEXAPI_BENCH_DATA), made once by the
 // sample generator and reused. Peak memory is VmHWM of /proc/self/status, reset before each
 // benchmark by writing "5" to /proc/self/clear_refs.
-#include "sampledb.h"
+#include "benchutil.h"
 
 #include <vexapi/values/kort.h>
 #include <vexapi/orvcpp/orvcursor.h>
@@ -30,77 +30,14 @@
 #include <vector>
 
 using namespace OrvCPP;
+using benchutil::finish;
+using benchutil::readingsFile;
+using benchutil::resetPeak;
 
 namespace {
 
 const char kSelect[] = "select id, taken, sensor, temperature, pressure, humidity, flow, status from readings";
 const int kScreen = 50;
-
-std::string dataDir()
-{
-    const char* env = std::getenv("VEXAPI_BENCH_DATA");
-    return env && *env ? env : "build/bench/data";
-}
-
-// The file with `rows` readings, made when missing or incomplete.
-std::string dataFile(long long rows)
-{
-    static std::map<long long, std::string> made;
-    auto it = made.find(rows);
-    if (it != made.end())
-        return it->second;
-    std::filesystem::create_directories(dataDir());
-    const std::string path = dataDir() + "/readings-" + std::to_string(rows) + ".db";
-    bool complete = false;
-    {
-        sqlite3* db = nullptr;
-        if (std::ifstream(path) && sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-            sqlite3_stmt* st = nullptr;
-            if (sqlite3_prepare_v2(db, "select rows from bench_info", -1, &st, nullptr) == SQLITE_OK &&
-                sqlite3_step(st) == SQLITE_ROW)
-                complete = sqlite3_column_int64(st, 0) == rows;
-            sqlite3_finalize(st);
-        }
-        sqlite3_close(db);
-    }
-    if (!complete) {
-        std::fprintf(stderr, "making %s (%lld readings, once) ...\n", path.c_str(), rows);
-        std::filesystem::remove(path);
-        const auto start = std::chrono::steady_clock::now();
-        OrvConnect db("bench", "", path.c_str());
-        sample::createReadings(db, rows);
-        OrvCursor c(db, 0, "info");
-        c.execute("create table bench_info(rows integer)");
-        c.execute(("insert into bench_info values (" + std::to_string(rows) + ")").c_str());
-        c.commit();
-        std::fprintf(stderr, "made in %.0f s\n",
-                     std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-    }
-    // Read the file once, so that every benchmark meets it in the system's file cache.
-    {
-        sqlite3* db = nullptr;
-        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-        sqlite3_exec(db, "select count(*) from readings", nullptr, nullptr, nullptr);
-        sqlite3_close(db);
-    }
-    made[rows] = path;
-    return path;
-}
-
-// Peak resident memory since the last reset, in MB.
-void resetPeak()
-{
-    std::ofstream("/proc/self/clear_refs") << "5";
-}
-double peakMB()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.compare(0, 6, "VmHWM:") == 0)
-            return std::atof(line.c_str() + 6) / 1024.0;
-    return 0;
-}
 
 // One row's buffers: the eight columns in their fetch forms, stepped as a Kort array.
 struct Screen {
@@ -135,17 +72,8 @@ std::vector<VLong> randomRows(long long rows, int n)
 }
 
 // A raw sqlite3 connection with prepared statements.
-struct Raw {
-    sqlite3* db = nullptr;
-    explicit Raw(const std::string& path) { sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr); }
-    ~Raw() { sqlite3_close_v2(db); }
-    sqlite3_stmt* prepare(const std::string& sql)
-    {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, sql.c_str(), -1, &st, nullptr) != SQLITE_OK)
-            std::fprintf(stderr, "raw: %s\n", sqlite3_errmsg(db));
-        return st;
-    }
+struct Raw : benchutil::RawConnection {
+    explicit Raw(const std::string& path) : RawConnection(path) {}
     // Steps a statement, reading every column as the layer would; returns rows.
     static int drain(sqlite3_stmt* st)
     {
@@ -189,18 +117,11 @@ std::string name(const char* base, long long rows)
     return n + "/real_time";
 }
 
-void finish(benchmark::State& state, const std::string& peers)
-{
-    state.counters["peak_rss_MB"] = peakMB();
-    if (!peers.empty())
-        state.SetLabel("ratio-to:" + peers);
-}
-
 // ---- the row count ----
 
 void BM_Raw_Count(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     resetPeak();
     for (auto _ : state)
         benchmark::DoNotOptimize(raw.count());
@@ -209,7 +130,7 @@ void BM_Raw_Count(benchmark::State& state)
 
 void BM_Layer_SelectRowCount(benchmark::State& state)
 {
-    OrvConnect db("bench", "", dataFile(state.range(0)).c_str(), 0, true);
+    OrvConnect db("bench", "", readingsFile(state.range(0)).c_str(), 0, true);
     OrvCursor c(db, 0, "bench");
     resetPeak();
     for (auto _ : state) {
@@ -223,7 +144,7 @@ void BM_Layer_SelectRowCount(benchmark::State& state)
 
 void BM_Raw_FirstScreen(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     sqlite3_stmt* page = raw.prepare(std::string(kSelect) + " order by id limit 50");
     resetPeak();
     for (auto _ : state) {
@@ -236,7 +157,7 @@ void BM_Raw_FirstScreen(benchmark::State& state)
 
 void BM_Layer_FirstScreen(benchmark::State& state)
 {
-    OrvConnect db("bench", "", dataFile(state.range(0)).c_str(), 0, true);
+    OrvConnect db("bench", "", readingsFile(state.range(0)).c_str(), 0, true);
     OrvCursor c(db, 0, "bench");
     Screen screen(kScreen);
     resetPeak();
@@ -253,7 +174,7 @@ void BM_Layer_FirstScreen(benchmark::State& state)
 // A fresh cursor: the first fetches build the sparse index, and their cost is in the mean.
 void BM_Layer_RandomFetch(benchmark::State& state)
 {
-    OrvConnect db("bench", "", dataFile(state.range(0)).c_str(), 0, true);
+    OrvConnect db("bench", "", readingsFile(state.range(0)).c_str(), 0, true);
     OrvCursor c(db, 0, "bench");
     c.execute(kSelect);
     Screen row(1);
@@ -268,7 +189,7 @@ void BM_Layer_RandomFetch(benchmark::State& state)
 // The same after the index was built by 1000 untimed fetches.
 void BM_Layer_RandomFetchWarm(benchmark::State& state)
 {
-    OrvConnect db("bench", "", dataFile(state.range(0)).c_str(), 0, true);
+    OrvConnect db("bench", "", readingsFile(state.range(0)).c_str(), 0, true);
     OrvCursor c(db, 0, "bench");
     c.execute(kSelect);
     Screen row(1);
@@ -284,7 +205,7 @@ void BM_Layer_RandomFetchWarm(benchmark::State& state)
 
 void BM_Raw_OffsetFetch(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     sqlite3_stmt* st = raw.prepare(std::string(kSelect) + " order by id limit 1 offset ?");
     const std::vector<VLong> rows = randomRows(state.range(0), 1000);
     std::size_t i = 0;
@@ -300,7 +221,7 @@ void BM_Raw_OffsetFetch(benchmark::State& state)
 // Keyset paging needs the key of the row: the ids are dense here, so row n is id n.
 void BM_Raw_KeysetFetch(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     sqlite3_stmt* st = raw.prepare(std::string(kSelect) + " where id >= ? order by id limit 1");
     const std::vector<VLong> rows = randomRows(state.range(0), 1000);
     std::size_t i = 0;
@@ -319,7 +240,7 @@ void BM_Raw_KeysetFetch(benchmark::State& state)
 // (pausing the timer costs more than the fetch).
 void BM_Layer_LastRow(benchmark::State& state)
 {
-    OrvConnect db("bench", "", dataFile(state.range(0)).c_str(), 0, true);
+    OrvConnect db("bench", "", readingsFile(state.range(0)).c_str(), 0, true);
     std::vector<std::unique_ptr<OrvCursor>> cursors;
     for (int i = 0; i < kIterations.at("BM_Layer_LastRow"); ++i) {
         cursors.emplace_back(new OrvCursor(db, 0, "bench"));
@@ -335,7 +256,7 @@ void BM_Layer_LastRow(benchmark::State& state)
 
 void BM_Raw_OffsetLast(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     sqlite3_stmt* st = raw.prepare(std::string(kSelect) + " order by id limit 1 offset ?");
     const long long n = raw.count();
     resetPeak();
@@ -349,7 +270,7 @@ void BM_Raw_OffsetLast(benchmark::State& state)
 
 void BM_Raw_KeysetLast(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     sqlite3_stmt* st = raw.prepare(std::string(kSelect) + " order by id desc limit 1");
     resetPeak();
     for (auto _ : state)
@@ -378,7 +299,7 @@ struct RowBuffers {
 
 void BM_Raw_Walk(benchmark::State& state)
 {
-    Raw raw(dataFile(state.range(0)));
+    Raw raw(readingsFile(state.range(0)));
     sqlite3_stmt* st = raw.prepare(std::string(kSelect) + " order by id");
     RowBuffers b;
     resetPeak();
@@ -408,7 +329,7 @@ void BM_Raw_Walk(benchmark::State& state)
 
 void BM_Layer_Walk(benchmark::State& state)
 {
-    OrvConnect db("bench", "", dataFile(state.range(0)).c_str(), 0, true);
+    OrvConnect db("bench", "", readingsFile(state.range(0)).c_str(), 0, true);
     OrvCursor c(db, 0, "bench");
     RowBuffers b;
     const ValueInfo columns[8] = {

@@ -2,6 +2,8 @@
 // on one connection. Both read every select of the corpus (scripts/deps/sql-corpus: the
 // PostgreSQL regression selects, then SQLite's test selects); without it, a generated set.
 // Items are statements, bytes the UTF-8 text: per statement and per MB.
+#include "sqlcorpus.h"
+
 #include <vexapi/core/charset.h>
 #include <vexapi/core/wstring.h>
 #include <vexapi/sql/sqlanalysis.h>
@@ -24,29 +26,6 @@ struct Corpus {
     std::vector<WString> wide;
     std::size_t bytes = 0;
 };
-
-std::vector<std::string> load(const std::string& name)
-{
-    std::vector<std::string> out;
-    const char* env = std::getenv("VEXAPI_SQL_CORPUS");
-    const std::string dir = env ? env : VEXAPI_SQL_CORPUS_DIR;
-    FILE* f = std::fopen((dir + "/" + name + ".selects").c_str(), "rb");
-    if (!f)
-        return out;
-    std::string all;
-    char buf[65536];
-    std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0)
-        all.append(buf, n);
-    std::fclose(f);
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < all.size(); ++i)
-        if (all[i] == '\0') {
-            out.push_back(all.substr(start, i - start));
-            start = i + 1;
-        }
-    return out;
-}
 
 // Selects in the shapes applications write, for a machine without the corpus.
 std::vector<std::string> generated()
@@ -90,7 +69,7 @@ const std::vector<Corpus>& corpora()
         c[0].name = "postgresql";
         c[1].name = "sqlite";
         for (Corpus& k : c) {
-            k.utf8 = load(k.name);
+            k.utf8 = sqlcorpus::loadSelects(k.name);
             if (k.utf8.empty()) {
                 k.name = "generated";
                 k.utf8 = generated();

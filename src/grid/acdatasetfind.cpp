@@ -1,6 +1,8 @@
 // aCDataSet: searching, comparing and converting values, copying to another data set.
 #include <vexapi/grid/acdataset.h>
 
+#include "exceptionsoff.h"
+
 #include <vexapi/core/wtext.h>
 #include <vexapi/values/qvarn.h>
 
@@ -14,20 +16,9 @@
 
 namespace VexAPI {
 
+using detail::ExceptionsOff;
+
 namespace {
-
-class ExceptionsOff {
-public:
-    explicit ExceptionsOff(aCDataSet* ds) : m_ds(ds), m_old(ds->GetExceptionFlag())
-    {
-        ds->SetExceptionFlag(false);
-    }
-    ~ExceptionsOff() { m_ds->SetExceptionFlag(m_old); }
-
-private:
-    aCDataSet* m_ds;
-    bool m_old;
-};
 
 template <class T>
 int cmp3(const void* a, const void* b)

@@ -3,6 +3,7 @@
 #include <vexapi/grid/acdataset.h>
 
 #include "datasetlayout.h"
+#include "exceptionsoff.h"
 
 #include <vexapi/core/wformat.h>
 #include <vexapi/core/wtext.h>
@@ -24,23 +25,7 @@ struct FreeDeleter {
 typedef std::unique_ptr<unsigned char, FreeDeleter> HeapBuffer;
 } // namespace
 
-namespace {
-
-// Keeps the exception flag off for a span and restores it, also when leaving by a throw.
-class ExceptionsOff {
-public:
-    explicit ExceptionsOff(aCDataSet* ds) : m_ds(ds), m_old(ds->GetExceptionFlag())
-    {
-        ds->SetExceptionFlag(false);
-    }
-    ~ExceptionsOff() { m_ds->SetExceptionFlag(m_old); }
-
-private:
-    aCDataSet* m_ds;
-    bool m_old;
-};
-
-} // namespace
+using detail::ExceptionsOff;
 
 // ---------------------------------------------------------------- cache
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <vector>
 
@@ -155,63 +156,31 @@ int aCMemoryDataSet::DeleteRow(VLong at)
     return 0;
 }
 
-namespace {
-struct OldSlot {
-    const aCColumn* column;
-    VLong offset;
-    VLong size;
-};
-} // namespace
-
 int aCMemoryDataSet::InsertColumn(aCColumn* column, VLong at)
 {
-    std::vector<OldSlot> old;
-    for (VLong c = 1; c <= GetColCount(); ++c)
-        old.push_back({GetColInfo(c), GetColOffset(c, szDataTiled), GetColSize(c, szDataTiled)});
-    m_columnChange = true;
-    const int r = aCDataSet::InsertColumn(column, at);
-    if (r) {
-        m_columnChange = false;
-        return r;
-    }
-    const VLong newSize = std::max<VLong>(1, GetDataSize(szDataTiled));
-    auto rebuild = [&](void* image, bool freeOld) -> void* {
-        unsigned char* fresh = static_cast<unsigned char*>(std::calloc(std::size_t(newSize), 1));
-        if (!fresh)
-            throw std::bad_alloc();
-        for (VLong c = 1; c <= GetColCount(); ++c) {
-            const aCColumn* col = GetColInfo(c);
-            for (const OldSlot& s : old)
-                if (s.column == col)
-                    std::memcpy(fresh + GetColOffset(c, szDataTiled),
-                                static_cast<unsigned char*>(image) + s.offset,
-                                std::size_t(std::min(s.size, GetColSize(c, szDataTiled))));
-        }
-        if (freeOld)
-            ReleaseRow(image);
-        return fresh;
-    };
-    for (VLong i = 1; i < m_buffers.GetSize(); ++i)
-        m_buffers.SetAt(i, rebuild(m_buffers.GetAt(i), true));
-    if (VirtualBufferPtr()) {
-        ReplaceVirtualBuffer(static_cast<unsigned char*>(rebuild(VirtualBufferPtr(), false)));
-    }
-    m_current = GetPhysRow() >= 1 ? static_cast<unsigned char*>(m_buffers.GetAt(GetPhysRow())) : nullptr;
-    m_columnChange = false;
-    ClearCash();
-    return 0;
+    return ChangeColumns([&] { return aCDataSet::InsertColumn(column, at); }, nullptr);
 }
 
 int aCMemoryDataSet::DeleteColumn(VLong at)
 {
     if (at < 1 || at > GetColCount())
         return aCDataSet::DeleteColumn(at);
+    const aCColumn* dead = GetColInfo(at);
+    return ChangeColumns([&] { return aCDataSet::DeleteColumn(at); }, dead);
+}
+
+int aCMemoryDataSet::ChangeColumns(const std::function<int()>& change, const aCColumn* dropped)
+{
+    struct OldSlot {
+        const aCColumn* column;
+        VLong offset;
+        VLong size;
+    };
     std::vector<OldSlot> old;
     for (VLong c = 1; c <= GetColCount(); ++c)
         old.push_back({GetColInfo(c), GetColOffset(c, szDataTiled), GetColSize(c, szDataTiled)});
-    const aCColumn* dead = GetColInfo(at);
     m_columnChange = true;
-    const int r = aCDataSet::DeleteColumn(at);
+    const int r = change();
     if (r) {
         m_columnChange = false;
         return r;
@@ -224,7 +193,7 @@ int aCMemoryDataSet::DeleteColumn(VLong at)
         for (VLong c = 1; c <= GetColCount(); ++c) {
             const aCColumn* col = GetColInfo(c);
             for (const OldSlot& s : old)
-                if (s.column == col && s.column != dead)
+                if (s.column == col && s.column != dropped)
                     std::memcpy(fresh + GetColOffset(c, szDataTiled),
                                 static_cast<unsigned char*>(image) + s.offset,
                                 std::size_t(std::min(s.size, GetColSize(c, szDataTiled))));

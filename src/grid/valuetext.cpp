@@ -192,29 +192,46 @@ void narrow(const WChar* text, char* out, int max)
     out[n] = 0;
 }
 
+// The text of a number narrowed to 8 bits, with its leading blanks and a '+' sign before
+// the digits passed over: `start` is where from_chars begins, `end` the end of the text.
+struct NumberText {
+    char buf[101];
+    const char* start;
+    const char* end;
+    explicit NumberText(const WChar* text)
+    {
+        narrow(text, buf, 100);
+        start = buf;
+        while (*start == ' ' || *start == '\t')
+            ++start;
+        if (*start == '+' && start[1] != '-')
+            ++start;
+        end = buf + std::strlen(buf);
+    }
+    NumberText(const NumberText&) = delete;
+    NumberText& operator=(const NumberText&) = delete;
+    // Whether nothing but blanks follows `stop`, where the number read ended.
+    bool onlyBlanksFrom(const char* stop) const
+    {
+        while (*stop == ' ' || *stop == '\t')
+            ++stop;
+        return stop == end;
+    }
+};
+
 // A base-10 integer with optional blanks around and a sign; false when the text is not
 // wholly one. `value` holds what was read (0 when nothing).
 bool parseInteger(const WChar* text, long long lo, long long hi, long long& value)
 {
-    char buf[101];
-    narrow(text, buf, 100);
-    const char* p = buf;
-    while (*p == ' ' || *p == '\t')
-        ++p;
-    if (*p == '+' && p[1] != '-')
-        ++p;
-    const char* end = buf + std::strlen(buf);
+    NumberText t(text);
     long long v = 0;
-    auto r = std::from_chars(p, end, v, 10);
+    auto r = std::from_chars(t.start, t.end, v, 10);
     bool whole = r.ec == std::errc();
     if (r.ec == std::errc::result_out_of_range) {
-        v = (*p == '-') ? lo : hi;
+        v = (*t.start == '-') ? lo : hi;
         whole = false;
     }
-    const char* q = r.ptr;
-    while (*q == ' ' || *q == '\t')
-        ++q;
-    if (q != end)
+    if (!t.onlyBlanksFrom(r.ptr))
         whole = false;
     if (v < lo) { v = lo; whole = false; }
     if (v > hi) { v = hi; whole = false; }
@@ -224,21 +241,11 @@ bool parseInteger(const WChar* text, long long lo, long long hi, long long& valu
 
 bool parseDouble(const WChar* text, double& value)
 {
-    char buf[101];
-    narrow(text, buf, 100);
-    const char* p = buf;
-    while (*p == ' ' || *p == '\t')
-        ++p;
-    if (*p == '+' && p[1] != '-')
-        ++p;
-    const char* end = buf + std::strlen(buf);
+    NumberText t(text);
     double v = 0;
-    auto r = std::from_chars(p, end, v, std::chars_format::general);
+    auto r = std::from_chars(t.start, t.end, v, std::chars_format::general);
     bool whole = r.ec == std::errc();
-    const char* q = r.ptr;
-    while (*q == ' ' || *q == '\t')
-        ++q;
-    if (q != end)
+    if (!t.onlyBlanksFrom(r.ptr))
         whole = false;
     value = r.ec == std::errc() ? v : 0.0;
     return whole;

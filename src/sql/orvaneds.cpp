@@ -152,6 +152,37 @@ void storeWide(const WString& w, const FieldRef& value, int len)
     d[k] = 0;
 }
 
+// The text of a cell of `len` bytes in the text form: up to its first null.
+WString cellText(const FieldRef& value, int len)
+{
+    const WChar* s = static_cast<const WChar*>(value.data());
+    int n = 0;
+    while (n < len / 2 && s[n])
+        ++n;
+    return WString(s, std::size_t(n));
+}
+
+// A value of type `type` (a date or a decimal): copied when the cell holds one, converted
+// otherwise (left as constructed when that fails).
+template <class T>
+T cellAs(const FieldRef& value, int len, Type type)
+{
+    T out;
+    if (value.type() == type)
+        std::memcpy(&out, value.data(), sizeof out);
+    else
+        convert(&out, 16, type, value.data(), len, value.type(), nullptr, nullptr);
+    return out;
+}
+
+// Appends the low `digits` hex digits of v, most significant first, in capitals.
+void appendHex(std::string& out, unsigned v, int digits)
+{
+    static const char hex[] = "0123456789ABCDEF";
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
+        out += hex[(v >> shift) & 15];
+}
+
 } // namespace
 
 void OrvaneDataStore::convertFromOrvane(int fetchType, const void* data, int dataLen, const FieldRef& value,
@@ -211,11 +242,7 @@ bool OrvaneDataStore::convertToOrvane(const FieldRef& value, int len, int fetchT
     // The value as text, when the form is text.
     auto asWide = [&](WString& w) {
         if (value.type() == tText) {
-            const WChar* s = static_cast<const WChar*>(value.data());
-            int n = 0;
-            while (n < len / 2 && s[n])
-                ++n;
-            w.assign(s, std::size_t(n));
+            w = cellText(value, len);
             return true;
         }
         std::vector<WChar> tmp(256);
@@ -329,11 +356,7 @@ void OrvaneDataStore::convertToOrvaneSQL(SQLStream& stream, int serverType, cons
         return;
     }
     case orvDate: {
-        OrvDate date;
-        if (value.type() == tDate)
-            std::memcpy(&date, value.data(), sizeof date);
-        else
-            convert(&date, 16, tDate, value.data(), len, value.type(), nullptr, nullptr);
+        const OrvDate date = cellAs<OrvDate>(value, len, tDate);
         char t[OrvDate::TextSize];
         date.toText(t, sizeof t);
         sqlw::put(stream, "'");
@@ -342,11 +365,7 @@ void OrvaneDataStore::convertToOrvaneSQL(SQLStream& stream, int serverType, cons
         return;
     }
     case orvDecimal: {
-        OrvDec dec;
-        if (value.type() == tDec)
-            std::memcpy(&dec, value.data(), sizeof dec);
-        else
-            convert(&dec, 16, tDec, value.data(), len, value.type(), nullptr, nullptr);
+        const OrvDec dec = cellAs<OrvDec>(value, len, tDec);
         char t[OrvDec::TextSize];
         dec.toText(t, sizeof t);
         sqlw::put(stream, t);
@@ -359,11 +378,8 @@ void OrvaneDataStore::convertToOrvaneSQL(SQLStream& stream, int serverType, cons
                                                                                            : value.data());
         const VLong n = value.type() == tBlob ? value.blob()->size() : VLong(len);
         std::string hex = "hex('";
-        static const char digits[] = "0123456789ABCDEF";
-        for (VLong k = 0; k < n; ++k) {
-            hex += digits[b[k] >> 4];
-            hex += digits[b[k] & 15];
-        }
+        for (VLong k = 0; k < n; ++k)
+            appendHex(hex, b[k], 2);
         hex += "')";
         sqlw::put(stream, hex.c_str());
         return;
@@ -371,18 +387,11 @@ void OrvaneDataStore::convertToOrvaneSQL(SQLStream& stream, int serverType, cons
     case orvWideChar:
     case orvWideVarChar: {
         WString w;
-        if (value.type() == tText) {
-            const WChar* s = static_cast<const WChar*>(value.data());
-            int n = 0;
-            while (n < len / 2 && s[n])
-                ++n;
-            w.assign(s, std::size_t(n));
-        }
+        if (value.type() == tText)
+            w = cellText(value, len);
         std::string hex = "hex('";
-        static const char digits[] = "0123456789ABCDEF";
         for (WChar c : w)
-            for (int shift = 12; shift >= 0; shift -= 4)
-                hex += digits[(unsigned(c) >> shift) & 15];
+            appendHex(hex, unsigned(c), 4);
         hex += "')";
         sqlw::put(stream, hex.c_str());
         return;
@@ -390,13 +399,8 @@ void OrvaneDataStore::convertToOrvaneSQL(SQLStream& stream, int serverType, cons
     default: {
         // Text types: in quotes, quotes doubled.
         WString w;
-        if (value.type() == tText) {
-            const WChar* s = static_cast<const WChar*>(value.data());
-            int n = 0;
-            while (n < len / 2 && s[n])
-                ++n;
-            w.assign(s, std::size_t(n));
-        } else {
+        if (value.type() == tText)
+            w = cellText(value, len); else {
             std::vector<WChar> tmp(512);
             convert(tmp.data(), int(tmp.size() * 2), tText, value.data(), len, value.type(), nullptr, nullptr);
             w = tmp.data();

@@ -3,34 +3,13 @@
 #include <vexapi/toolkit/painter.h>
 #include <vexapi/toolkit/picture.h>
 
-#include <vexapi/core/textfile.h>
-
+#include "filebytes.h"
 #include "imagecodec.h"
 #include "platform_paint.h"
-
-#include <cstdio>
 
 namespace platform = VexAPI::platform;
 using VexAPI::detail::ImagePixels;
 using VexAPI::detail::SharedHandle;
-
-namespace {
-
-bool readFile(const WChar* path, std::vector<unsigned char>& out)
-{
-    FILE* f = path ? wfopen(path, "rb") : nullptr;
-    if (!f)
-        return false;
-    unsigned char buffer[65536];
-    std::size_t n;
-    out.clear();
-    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0)
-        out.insert(out.end(), buffer, buffer + n);
-    std::fclose(f);
-    return true;
-}
-
-} // namespace
 
 Bitmap::Bitmap(const Bitmap& other)
     : PaintDevice(), m_handle(other.m_handle), m_width(other.m_width),
@@ -120,7 +99,7 @@ bool Bitmap::create(int width, int height, PaintDevice* compatibleWith)
 bool Bitmap::create(const WChar* path)
 {
     std::vector<unsigned char> data;
-    if (!readFile(path, data)) {
+    if (!VexAPI::detail::readFileBytes(path, data)) {
         clear();
         return false;
     }
@@ -179,13 +158,7 @@ bool Bitmap::Save(std::vector<unsigned char>& out) const
 bool Bitmap::Save(const WChar* path) const
 {
     std::vector<unsigned char> data;
-    if (!Save(data))
-        return false;
-    FILE* f = path ? wfopen(path, "wb") : nullptr;
-    if (!f)
-        return false;
-    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
-    return std::fclose(f) == 0 && ok;
+    return Save(data) && VexAPI::detail::writeFileBytes(path, data);
 }
 
 VULong Bitmap::pixel(int x, int y) const

@@ -1,12 +1,9 @@
 // Picture: the shared bitmap and mask pair, loading and saving.
 #include <vexapi/toolkit/picture.h>
 
-#include <vexapi/core/textfile.h>
-
+#include "filebytes.h"
 #include "imagecodec.h"
 #include "platform_paint.h"
-
-#include <cstdio>
 
 using VexAPI::detail::ImagePixels;
 
@@ -45,24 +42,10 @@ void Picture::clear()
     delete s;
 }
 
-static bool loadFile(const WChar* path, std::vector<unsigned char>& out)
-{
-    FILE* f = path ? wfopen(path, "rb") : nullptr;
-    if (!f)
-        return false;
-    unsigned char buffer[65536];
-    std::size_t n;
-    out.clear();
-    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0)
-        out.insert(out.end(), buffer, buffer + n);
-    std::fclose(f);
-    return true;
-}
-
 bool Picture::create(const WChar* path)
 {
     std::vector<unsigned char> data;
-    if (!loadFile(path, data)) {
+    if (!VexAPI::detail::readFileBytes(path, data)) {
         clear();
         return false;
     }
@@ -136,13 +119,7 @@ bool Picture::savePNG(std::vector<unsigned char>& out) const
 bool Picture::savePNG(const WChar* path) const
 {
     std::vector<unsigned char> data;
-    if (!savePNG(data))
-        return false;
-    FILE* f = path ? wfopen(path, "wb") : nullptr;
-    if (!f)
-        return false;
-    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
-    return std::fclose(f) == 0 && ok;
+    return savePNG(data) && VexAPI::detail::writeFileBytes(path, data);
 }
 
 bool Picture::saveJPEG(std::vector<unsigned char>& out, int quality) const
@@ -159,13 +136,7 @@ bool Picture::saveJPEG(std::vector<unsigned char>& out, int quality) const
 bool Picture::saveJPEG(const WChar* path, int quality) const
 {
     std::vector<unsigned char> data;
-    if (!saveJPEG(data, quality))
-        return false;
-    FILE* f = path ? wfopen(path, "wb") : nullptr;
-    if (!f)
-        return false;
-    bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
-    return std::fclose(f) == 0 && ok;
+    return saveJPEG(data, quality) && VexAPI::detail::writeFileBytes(path, data);
 }
 
 void* Picture::createHICON() const

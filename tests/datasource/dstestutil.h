@@ -2,7 +2,8 @@
 // UTF-8, and a memory source with one column of every type.
 #pragma once
 
-#include <vexapi/core/charset.h>
+#include "utf8text.h"
+
 #include <vexapi/datasource/memorydatasource.h>
 #include <vexapi/values/orvdate.h>
 #include <vexapi/values/orvdec.h>
@@ -17,23 +18,8 @@ namespace dstest {
 
 using namespace DataSourceAPI;
 
-inline WString W(const char* utf8)
-{
-    const int n = mbs2wcs(nullptr, utf8, "UTF-8", 0, 0);
-    WString out(std::size_t(n) + 1, WChar(0));
-    mbs2wcs(&out[0], utf8, "UTF-8", n + 1, 0);
-    out.resize(std::size_t(n));
-    return out;
-}
-
-inline std::string narrow(const WChar* w)
-{
-    const int n = wcs2mbs(nullptr, w, "UTF-8", 0, 0);
-    std::string out(std::size_t(n) + 1, '\0');
-    wcs2mbs(&out[0], w, "UTF-8", n + 1, 0);
-    out.resize(std::size_t(n));
-    return out;
-}
+using testtext::narrow;
+using testtext::W;
 
 // "0aff10" -> the three bytes.
 inline std::vector<unsigned char> unhex(const std::string& hex)

@@ -2,6 +2,7 @@
 // scripts through the analysis; those that prepare on a small SQLite schema get a filter
 // and a sort order spliced in by the statement layer, and must still prepare. The corpus is
 // fetched by scripts/deps/sql-corpus; without it the tests skip.
+#include "sqlcorpus.h"
 #include "sqltestutil.h"
 
 #include <vexapi/core/wtext.h>
@@ -25,35 +26,6 @@ using sqltest::narrow;
 using sqltest::W;
 
 namespace {
-
-std::string corpusDir()
-{
-    if (const char* dir = std::getenv("VEXAPI_SQL_CORPUS"))
-        return dir;
-    return VEXAPI_SQL_CORPUS_DIR;
-}
-
-// The statements of one extracted file (NUL-ended UTF-8); empty when it is missing.
-std::vector<std::string> loadSelects(const std::string& name)
-{
-    std::vector<std::string> out;
-    FILE* f = std::fopen((corpusDir() + "/" + name + ".selects").c_str(), "rb");
-    if (!f)
-        return out;
-    std::string all;
-    char buf[65536];
-    std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0)
-        all.append(buf, n);
-    std::fclose(f);
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < all.size(); ++i)
-        if (all[i] == '\0') {
-            out.push_back(all.substr(start, i - start));
-            start = i + 1;
-        }
-    return out;
-}
 
 // A small schema under the names the two test suites use most.
 const char* kSchema =
@@ -161,7 +133,7 @@ bool findTable(const SQLQueryDesc& d, const char* table, WString& alias)
 
 void runCorpus(const std::string& name, Counts& c)
 {
-    const std::vector<std::string> selects = loadSelects(name);
+    const std::vector<std::string> selects = sqlcorpus::loadSelects(name);
     if (selects.empty())
         return;
     sqlite3* db = nullptr;
@@ -276,8 +248,8 @@ class SQLCorpusTest : public ::testing::TestWithParam<const char*> {};
 TEST_P(SQLCorpusTest, EverySelectAnalysedAndSplicedSelectsPrepare)
 {
     const std::string name = GetParam();
-    if (loadSelects(name).empty())
-        GTEST_SKIP() << "the SQL corpus is not cached (" << corpusDir() << "/" << name
+    if (sqlcorpus::loadSelects(name).empty())
+        GTEST_SKIP() << "the SQL corpus is not cached (" << sqlcorpus::dir() << "/" << name
                      << ".selects): run scripts/deps/sql-corpus";
     Counts c;
     runCorpus(name, c);

@@ -3,6 +3,8 @@
 
 #include <vexapi/grid/acdataset.h>
 
+#include <functional>
+
 namespace VexAPI {
 
 // Rows are heap buffers of GetDataSize(szDataTiled) bytes (malloc, or cut from the block of
@@ -52,6 +54,9 @@ private:
     // Frees a row buffer, unless it lies in the block of InitFromArray.
     void ReleaseRow(void* row);
     void ReleaseAllRows();
+    // Runs `change` (a column inserted or deleted) and, when it succeeds, lays every row
+    // image, the virtual row's too, out again: each column but `dropped` keeps its value.
+    int ChangeColumns(const std::function<int()>& change, const aCColumn* dropped);
 
     unsigned char* m_slab = nullptr; // the rows of InitFromArray, one block
     std::size_t m_slabBytes = 0;

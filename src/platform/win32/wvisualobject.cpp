@@ -69,6 +69,16 @@ void forgetWindow(HWND window)
     }
 }
 
+// Maps a point with ClientToScreen or ScreenToClient; left as it is without a window.
+void mapPoint(HWND hwnd, BOOL(WINAPI* map)(HWND, LPPOINT), int* x, int* y)
+{
+    POINT p = {*x, *y};
+    if (hwnd)
+        map(hwnd, &p);
+    *x = p.x;
+    *y = p.y;
+}
+
 } // namespace
 
 // Sets a flag for a scope and puts back what was there (the guards nest).
@@ -397,13 +407,18 @@ void WVisualObject::repaint()
     if (!m_created || !isWindow())
         return;
     HDC dc = GetDC(HWND(m_hwnd));
+    paintOn(dc);
+    ReleaseDC(HWND(m_hwnd), dc);
+}
+
+void WVisualObject::paintOn(void* dc)
+{
     PaintDevice* device = s_openPaint ? s_openPaint(this, dc) : nullptr;
     m_paintDC = dc;
     send(this, &VisualObject::doPaint, device);
     m_paintDC = nullptr;
     if (device && s_closePaint)
         s_closePaint(device);
-    ReleaseDC(HWND(m_hwnd), dc);
 }
 
 bool WVisualObject::doPaint(PaintDevice*)
@@ -447,11 +462,7 @@ void WVisualObject::unlockUpdate()
 
 void WVisualObject::client2screen(int* x, int* y)
 {
-    POINT p = {*x, *y};
-    if (isWindow())
-        ClientToScreen(HWND(m_hwnd), &p);
-    *x = p.x;
-    *y = p.y;
+    mapPoint(isWindow() ? HWND(m_hwnd) : nullptr, ClientToScreen, x, y);
 }
 
 void WVisualObject::client2screen(Rect* r)
@@ -462,11 +473,7 @@ void WVisualObject::client2screen(Rect* r)
 
 void WVisualObject::screen2client(int* x, int* y)
 {
-    POINT p = {*x, *y};
-    if (isWindow())
-        ScreenToClient(HWND(m_hwnd), &p);
-    *x = p.x;
-    *y = p.y;
+    mapPoint(isWindow() ? HWND(m_hwnd) : nullptr, ScreenToClient, x, y);
 }
 
 void WVisualObject::screen2client(Rect* r)
@@ -776,13 +783,7 @@ std::intptr_t WVisualObject::procMessage(unsigned message, std::uintptr_t wParam
         break;
     case WM_PAINT: {
         PAINTSTRUCT ps;
-        HDC dc = BeginPaint(HWND(m_hwnd), &ps);
-        PaintDevice* device = s_openPaint ? s_openPaint(this, dc) : nullptr;
-        m_paintDC = dc;
-        send(this, &VisualObject::doPaint, device);
-        m_paintDC = nullptr;
-        if (device && s_closePaint)
-            s_closePaint(device);
+        paintOn(BeginPaint(HWND(m_hwnd), &ps));
         if (m_hwnd)
             EndPaint(HWND(m_hwnd), &ps);
         return 0;

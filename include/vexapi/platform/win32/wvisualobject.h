@@ -189,6 +189,9 @@ protected:
 private:
     friend class WContainer;
     struct Guard;
+    // Sends doPaint with the device the painter opens on `dc` (none without the painter's
+    // hooks), `dc` kept as the paint context meanwhile.
+    void paintOn(void* dc);
 
     WContainer* m_asContainer = nullptr; // this object's WContainer side, set by WContainer
     void* m_hwnd = nullptr;
