@@ -240,6 +240,8 @@ bool WVisualObject::_create(const WChar* className)
             SetWindowLongPtrW(window, GWLP_WNDPROC, LONG_PTR(&commonWindowProc)));
         if (m_parent)
             zmove(m_parent->firstChild());
+        if (!m_region.isNull())
+            applyRegion();
     }
     return VisualObject::create();
 }
@@ -390,6 +392,36 @@ void WVisualObject::invalidate()
 void WVisualObject::invalidate(int x, int y, int w, int h)
 {
     invalidate(Rect(x, y, x + w, y + h));
+}
+
+void WVisualObject::invalidate(const Region& region)
+{
+    // InvalidateRgn takes a null handle for the whole window: a null region must not.
+    if (isWindow() && !region.isNull())
+        InvalidateRgn(HWND(m_hwnd), HRGN(region.handle()), TRUE);
+}
+
+void WVisualObject::setRegion(const Region& region)
+{
+    VisualObject::setRegion(region);
+    applyRegion();
+}
+
+void WVisualObject::applyRegion()
+{
+    if (!isWindow())
+        return;
+    HRGN copy = nullptr;
+    if (!m_region.isNull()) {
+        copy = CreateRectRgn(0, 0, 0, 0);
+        if (!copy || CombineRgn(copy, HRGN(m_region.handle()), nullptr, RGN_COPY) == ERROR) {
+            if (copy)
+                DeleteObject(copy);
+            return;
+        }
+    }
+    if (!SetWindowRgn(HWND(m_hwnd), copy, TRUE) && copy)
+        DeleteObject(copy); // refused: the region is still ours
 }
 
 void WVisualObject::repaint()

@@ -78,6 +78,9 @@ public:
     void invalidate(const Rect& rect) override;
     void invalidate() override;
     void invalidate(int x, int y, int w, int h) override;
+    void invalidate(const Region& region) override;
+    // Stored, and given to the window (a copy: the window owns what it is given).
+    void setRegion(const Region& region) override;
     void repaint() override;
     void move(int x, int y, int w, int h) override;
     void enable(bool enable) override;
@@ -180,6 +183,8 @@ protected:
     void checkTooltipMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     // The origin offset the parent applies to this object's coordinates.
     void parentOffset(int* dx, int* dy) const;
+    // Gives the window a copy of the stored region (none for the null region).
+    void applyRegion();
 
     Color m_color;
     bool m_autoFill = false;
