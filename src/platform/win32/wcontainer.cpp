@@ -1,6 +1,7 @@
 // WContainer: the native side of a container: commands and notifications of its child
 // windows, background filling and batched child moves.
 #include <vexapi/platform/win32/wcontainer.h>
+#include <vexapi/platform/win32/wtypicalcontrol.h>
 
 #include <windows.h>
 
@@ -96,6 +97,15 @@ std::intptr_t WContainer::procMessage(unsigned message, std::uintptr_t wParam,
             DeleteObject(brush);
             return 1;
         }
+        break;
+    case WM_CTLCOLOREDIT:
+    case WM_CTLCOLORLISTBOX:
+    case WM_CTLCOLORBTN:
+    case WM_CTLCOLORSTATIC:
+        // A control of the library takes its own colours; others get the default.
+        if (WTypicalControl* control = dynamic_cast<WTypicalControl*>(getByHWND(
+                reinterpret_cast<void*>(lParam))))
+            return std::intptr_t(control->colourBrush(reinterpret_cast<void*>(wParam)));
         break;
     case WM_DRAWITEM:
         send(this, &WContainer::onDrawItem, int(wParam), reinterpret_cast<void*>(lParam));
