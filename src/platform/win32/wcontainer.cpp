@@ -10,6 +10,8 @@ WContainer::WContainer()
     // The mouse path asks for the container side on every message: a pointer kept here
     // spares it a cross cast through the virtual bases.
     m_asContainer = this;
+    // A container's children move with it.
+    setMoveType(1);
 }
 
 WContainer::~WContainer()

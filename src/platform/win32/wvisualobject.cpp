@@ -446,6 +446,20 @@ bool WVisualObject::doPaint(PaintDevice*)
     return false;
 }
 
+SlotResult WVisualObject::onSizeAction(Object*)
+{
+    if (moveEnabled())
+        MoveDialogComponents(this);
+    return SlotContinue;
+}
+
+SlotResult WVisualObject::onMaximizeAction(Object*, bool)
+{
+    if (moveEnabled())
+        MoveDialogComponents(this);
+    return SlotContinue;
+}
+
 void WVisualObject::setPaintDeviceHooks(OpenPaintDevice open, ClosePaintDevice close)
 {
     s_openPaint = open;

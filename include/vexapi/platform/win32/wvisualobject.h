@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexapi/core/api.h>
+#include <vexapi/platform/win32/moveobject.h>
 #include <vexapi/toolkit/visualobject.h>
 
 #include <cstdint>
@@ -41,7 +42,7 @@ class WContainer;
 //      common window procedure.
 //  21. created holds exactly when the object has a window.
 //  22. charSkip is not negative.
-class VEXAPI_API WVisualObject : public virtual VisualObject {
+class VEXAPI_API WVisualObject : public virtual VisualObject, public virtual MoveObject {
 public:
     enum Flag : unsigned char {
         positionGuard = 0x01,
@@ -158,6 +159,16 @@ public:
     static WVisualObject* getDDT(int* x, int* y);
     std::intptr_t procDragMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     bool isDragging() const { return m_dragging; }
+    // The object that places this one itself, ahead of the scaling rule (not owned; null
+    // for none).
+    void setPositioner(MoveObjectPositioner* positioner) { m_positioner = positioner; }
+    MoveObjectPositioner* positioner() const { return m_positioner; }
+    // Gives whether the positioner placed the object.
+    bool updatePosition() { return m_positioner && m_positioner->placeObject(this); }
+    // Slots following this object's own size and maximizing (MoveInit subscribes them):
+    // with moving on, the children are placed anew.
+    SlotResult onSizeAction(Object* sender);
+    SlotResult onMaximizeAction(Object* sender, bool maximized);
     int checkInvariants() const;
 
     unsigned char flags() const { return m_flags; }
@@ -196,6 +207,7 @@ private:
     struct Guard;
 
     WContainer* m_asContainer = nullptr; // this object's WContainer side, set by WContainer
+    MoveObjectPositioner* m_positioner = nullptr;
     void* m_hwnd = nullptr;
     void* m_oldWindowProc = nullptr;
     void* m_moduleHandle = nullptr;
