@@ -32,6 +32,6 @@ int SystemMetrics::getScrollChars() { return s_scrollChars; }
 
 void SystemMetrics::setScrollSettings(int lines, int chars)
 {
-    s_scrollLines = lines > 0 ? lines : 3;
+    s_scrollLines = lines > 0 || lines == -1 ? lines : 3;
     s_scrollChars = chars > 0 ? chars : 3;
 }

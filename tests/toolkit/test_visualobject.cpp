@@ -365,6 +365,10 @@ TEST(SystemMetricsValues, ComposedSizesAndWheelDefaults)
     SystemMetrics::setScrollSettings(0, -1);
     EXPECT_EQ(SystemMetrics::getScrollLines(), 3);
     EXPECT_EQ(SystemMetrics::getScrollChars(), 3);
+    // -1 lines is the system's "a page a notch" and is kept; characters have no such value.
+    SystemMetrics::setScrollSettings(-1, -1);
+    EXPECT_EQ(SystemMetrics::getScrollLines(), -1);
+    EXPECT_EQ(SystemMetrics::getScrollChars(), 3);
     SystemMetrics::setScrollSettings(5, 2);
     EXPECT_EQ(SystemMetrics::getScrollLines(), 5);
     EXPECT_EQ(SystemMetrics::getScrollChars(), 2);

@@ -25,9 +25,10 @@ public:
     static int getDfltIconHeight();
     static int getScrollHeight();
     static int getScrollWidth();
-    // Lines and characters a wheel notch scrolls.
+    // Lines and characters a wheel notch scrolls (lines -1: a page).
     static int getScrollLines();
     static int getScrollChars();
-    // Stores the wheel settings; a value below 1 stands for the default 3.
+    // Stores the wheel settings; a value below 1 stands for the default 3, except lines
+    // -1: the system's "one page a notch", which scroll views honour.
     static void setScrollSettings(int lines, int chars);
 };

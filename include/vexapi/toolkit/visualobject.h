@@ -8,6 +8,7 @@
 #include <vexapi/core/types.h>
 #include <vexapi/toolkit/color.h>
 #include <vexapi/toolkit/geometry.h>
+#include <vexapi/toolkit/region.h>
 #include <vexapi/toolkit/virtualkey.h>
 
 #include <vector>
@@ -106,7 +107,13 @@ public:
     virtual void invalidate(const Rect& rect) {}
     virtual void invalidate() {}
     virtual void invalidate(int x, int y, int w, int h) {}
+    // A null region invalidates nothing.
+    virtual void invalidate(const Region& region) {}
     virtual void repaint() {}
+    // The shape of the object, in its own window coordinates: outside it nothing is drawn
+    // and no mouse is seen. The null region stands for the whole rectangle.
+    virtual void setRegion(const Region& region) { m_region = region; }
+    virtual Region getRegion() const { return m_region; }
 
     // ---- geometry and state, stored here ----
     virtual void move(int x, int y, int w, int h);
@@ -202,6 +209,7 @@ protected:
     bool m_created = false;
     Container* m_parent = nullptr;
     Cursor* m_cursor = nullptr;
+    Region m_region;
 
 private:
     friend class Container;

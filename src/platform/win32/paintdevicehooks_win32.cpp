@@ -1,5 +1,6 @@
 // Installs the window devices into the window layer: WM_PAINT and repaint hand doPaint a
-// WindowPaintDev on their context, already begun, so that painters nest on it.
+// WindowPaintDev on their context, already begun, so that painters nest on it; a scrolled
+// container (a ScrollOrigin) gets a ContainerPaintDev, which works in content coordinates.
 #include <vexapi/platform/win32/wvisualobject.h>
 #include <vexapi/toolkit/windowdev.h>
 
@@ -9,7 +10,11 @@ PaintDevice* openPaintDevice(WVisualObject* window, void* dc)
 {
     if (!window || !dc)
         return nullptr;
-    WindowPaintDev* device = new WindowPaintDev(window->hwnd(), dc);
+    WindowPaintDev* device;
+    if (const ScrollOrigin* origin = dynamic_cast<const ScrollOrigin*>(window))
+        device = new ContainerPaintDev(window->hwnd(), origin, dc);
+    else
+        device = new WindowPaintDev(window->hwnd(), dc);
     if (!device->begin()) {
         delete device;
         return nullptr;

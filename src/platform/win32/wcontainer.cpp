@@ -1,6 +1,7 @@
 // WContainer: the native side of a container: commands and notifications of its child
 // windows, background filling and batched child moves.
 #include <vexapi/platform/win32/wcontainer.h>
+#include <vexapi/platform/win32/wtypicalcontrol.h>
 
 #include <windows.h>
 
@@ -9,6 +10,8 @@ WContainer::WContainer()
     // The mouse path asks for the container side on every message: a pointer kept here
     // spares it a cross cast through the virtual bases.
     m_asContainer = this;
+    // A container's children move with it.
+    setMoveType(1);
 }
 
 WContainer::~WContainer()
@@ -96,6 +99,15 @@ std::intptr_t WContainer::procMessage(unsigned message, std::uintptr_t wParam,
             DeleteObject(brush);
             return 1;
         }
+        break;
+    case WM_CTLCOLOREDIT:
+    case WM_CTLCOLORLISTBOX:
+    case WM_CTLCOLORBTN:
+    case WM_CTLCOLORSTATIC:
+        // A control of the library takes its own colours; others get the default.
+        if (WTypicalControl* control = dynamic_cast<WTypicalControl*>(getByHWND(
+                reinterpret_cast<void*>(lParam))))
+            return std::intptr_t(control->colourBrush(reinterpret_cast<void*>(wParam)));
         break;
     case WM_DRAWITEM:
         send(this, &WContainer::onDrawItem, int(wParam), reinterpret_cast<void*>(lParam));

@@ -250,6 +250,8 @@ bool WVisualObject::_create(const WChar* className)
             SetWindowLongPtrW(window, GWLP_WNDPROC, LONG_PTR(&commonWindowProc)));
         if (m_parent)
             zmove(m_parent->firstChild());
+        if (!m_region.isNull())
+            applyRegion();
     }
     return VisualObject::create();
 }
@@ -402,6 +404,36 @@ void WVisualObject::invalidate(int x, int y, int w, int h)
     invalidate(Rect(x, y, x + w, y + h));
 }
 
+void WVisualObject::invalidate(const Region& region)
+{
+    // InvalidateRgn takes a null handle for the whole window: a null region must not.
+    if (isWindow() && !region.isNull())
+        InvalidateRgn(HWND(m_hwnd), HRGN(region.handle()), TRUE);
+}
+
+void WVisualObject::setRegion(const Region& region)
+{
+    VisualObject::setRegion(region);
+    applyRegion();
+}
+
+void WVisualObject::applyRegion()
+{
+    if (!isWindow())
+        return;
+    HRGN copy = nullptr;
+    if (!m_region.isNull()) {
+        copy = CreateRectRgn(0, 0, 0, 0);
+        if (!copy || CombineRgn(copy, HRGN(m_region.handle()), nullptr, RGN_COPY) == ERROR) {
+            if (copy)
+                DeleteObject(copy);
+            return;
+        }
+    }
+    if (!SetWindowRgn(HWND(m_hwnd), copy, TRUE) && copy)
+        DeleteObject(copy); // refused: the region is still ours
+}
+
 void WVisualObject::repaint()
 {
     if (!m_created || !isWindow())
@@ -427,6 +459,20 @@ bool WVisualObject::doPaint(PaintDevice*)
     if (m_paintDC && m_oldWindowProc && WNDPROC(m_oldWindowProc) != DefWindowProcW)
         defWindowProc(WM_PAINT, std::uintptr_t(m_paintDC), 0);
     return false;
+}
+
+SlotResult WVisualObject::onSizeAction(Object*)
+{
+    if (moveEnabled())
+        MoveDialogComponents(this);
+    return SlotContinue;
+}
+
+SlotResult WVisualObject::onMaximizeAction(Object*, bool)
+{
+    if (moveEnabled())
+        MoveDialogComponents(this);
+    return SlotContinue;
 }
 
 void WVisualObject::setPaintDeviceHooks(OpenPaintDevice open, ClosePaintDevice close)

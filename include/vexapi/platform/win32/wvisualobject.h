@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexapi/core/api.h>
+#include <vexapi/platform/win32/moveobject.h>
 #include <vexapi/toolkit/visualobject.h>
 
 #include <cstdint>
@@ -41,7 +42,7 @@ class WContainer;
 //      common window procedure.
 //  21. created holds exactly when the object has a window.
 //  22. charSkip is not negative.
-class VEXAPI_API WVisualObject : public virtual VisualObject {
+class VEXAPI_API WVisualObject : public virtual VisualObject, public virtual MoveObject {
 public:
     enum Flag : unsigned char {
         positionGuard = 0x01,
@@ -78,6 +79,9 @@ public:
     void invalidate(const Rect& rect) override;
     void invalidate() override;
     void invalidate(int x, int y, int w, int h) override;
+    void invalidate(const Region& region) override;
+    // Stored, and given to the window (a copy: the window owns what it is given).
+    void setRegion(const Region& region) override;
     void repaint() override;
     void move(int x, int y, int w, int h) override;
     void enable(bool enable) override;
@@ -155,6 +159,16 @@ public:
     static WVisualObject* getDDT(int* x, int* y);
     std::intptr_t procDragMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     bool isDragging() const { return m_dragging; }
+    // The object that places this one itself, ahead of the scaling rule (not owned; null
+    // for none).
+    void setPositioner(MoveObjectPositioner* positioner) { m_positioner = positioner; }
+    MoveObjectPositioner* positioner() const { return m_positioner; }
+    // Gives whether the positioner placed the object.
+    bool updatePosition() { return m_positioner && m_positioner->placeObject(this); }
+    // Slots following this object's own size and maximizing (MoveInit subscribes them):
+    // with moving on, the children are placed anew.
+    SlotResult onSizeAction(Object* sender);
+    SlotResult onMaximizeAction(Object* sender, bool maximized);
     int checkInvariants() const;
 
     unsigned char flags() const { return m_flags; }
@@ -180,6 +194,8 @@ protected:
     void checkTooltipMessage(unsigned message, std::uintptr_t wParam, std::intptr_t lParam);
     // The origin offset the parent applies to this object's coordinates.
     void parentOffset(int* dx, int* dy) const;
+    // Gives the window a copy of the stored region (none for the null region).
+    void applyRegion();
 
     Color m_color;
     bool m_autoFill = false;
@@ -194,6 +210,7 @@ private:
     void paintOn(void* dc);
 
     WContainer* m_asContainer = nullptr; // this object's WContainer side, set by WContainer
+    MoveObjectPositioner* m_positioner = nullptr;
     void* m_hwnd = nullptr;
     void* m_oldWindowProc = nullptr;
     void* m_moduleHandle = nullptr;
