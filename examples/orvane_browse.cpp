@@ -5,6 +5,7 @@
 //   orvane_browse [DATABASE]     (default build/sample/sample.db; made when missing)
 #include "sampledb.h"
 
+#include <vexapi/core/charset.h>
 #include <vexapi/sql/orvanestatement.h>
 
 #include <chrono>
@@ -25,12 +26,26 @@ WString W(const char* ascii)
     return s;
 }
 
+// The terminal takes UTF-8.
 std::string narrow(const WChar* w)
 {
-    std::string s;
-    for (; *w; ++w)
-        s += *w < 128 ? char(*w) : '?';
-    return s;
+    return utf8FromWide(w);
+}
+
+// Prints a cell of 18 columns: UTF-8 text cut to 17 characters and padded by characters, not
+// bytes.
+void printCell(const std::string& text)
+{
+    std::string out;
+    int chars = 0;
+    for (char ch : text) {
+        bool lead = (static_cast<unsigned char>(ch) & 0xC0) != 0x80;
+        if (lead && chars == 17)
+            break;
+        chars += lead;
+        out += ch;
+    }
+    std::printf("%s%*s", out.c_str(), 18 - chars, "");
 }
 
 double msSince(std::chrono::steady_clock::time_point start)
@@ -49,12 +64,12 @@ std::string field(OrvaneStatement& st, DataSource::Iterator it, int col)
 void printRows(OrvaneStatement& st, int first, int count)
 {
     for (int c = 1; c <= st.colCount(); ++c)
-        std::printf("%-18s", narrow(st.colInfo(c).name()).c_str());
+        printCell(narrow(st.colInfo(c).name()));
     std::printf("\n");
     for (int r = first; r < first + count && r <= st.rowCount(); ++r) {
         DataSource::Iterator it = st.row2iterator(r);
         for (int c = 1; c <= st.colCount(); ++c)
-            std::printf("%-18s", field(st, it, c).substr(0, 17).c_str());
+            printCell(field(st, it, c));
         std::printf("\n");
     }
 }
