@@ -13,24 +13,24 @@ namespace {
 
 std::vector<tagCTextLex> table()
 {
-    struct Spec {
+    struct Entry {
         const char* text;
         int type;
         int len;
-    } specs[] = {
+    } entries[] = {
         {"\"", TLT_STRING1, 0},      {"'", TLT_STRING2, 0},       {"--", TLT_LINE_COMMENT, 0},
         {"/*", TLT_COMMENT_OPEN, 0}, {"*/", TLT_COMMENT_CLOSE, 0}, {"sel", TLT_WORD, 0},
         {"select", TLT_WORD, 0},     {"end", TLT_WORD, 0},        {"#", TLT_OPERATOR, 0},
         {"-", TLT_OPERATOR, 0},      {"*", TLT_OPERATOR, 0},      {";", TLT_OPERATOR, 0},
         {" ", TLT_SEPARATOR, -1},    {"\r", TLT_SEPARATOR, 0},    {"\n", TLT_SEPARATOR, 0},
     };
-    std::vector<tagCTextLex> out(sizeof specs / sizeof *specs);
+    std::vector<tagCTextLex> out(sizeof entries / sizeof *entries);
     for (std::size_t i = 0; i < out.size(); ++i) {
         std::memset(out[i].text, 0, sizeof out[i].text);
-        for (int k = 0; specs[i].text[k]; ++k)
-            out[i].text[k] = WChar(specs[i].text[k]);
-        out[i].type = specs[i].type;
-        out[i].len = specs[i].len;
+        for (int k = 0; entries[i].text[k]; ++k)
+            out[i].text[k] = WChar(entries[i].text[k]);
+        out[i].type = entries[i].type;
+        out[i].len = entries[i].len;
     }
     return out;
 }

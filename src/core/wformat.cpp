@@ -226,7 +226,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
             out.put(*f++);
             continue;
         }
-        const WChar* specStart = f++;
+        const WChar* convStart = f++;
         if (*f == '%') {
             out.put('%');
             ++f;
@@ -305,7 +305,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
         }
         s.conv = *f;
         if (s.conv == 0) {
-            out.put(specStart, f - specStart); // a format that ends inside a conversion
+            out.put(convStart, f - convStart); // a format that ends inside a conversion
             break;
         }
         ++f;
@@ -373,7 +373,7 @@ int wvsnprintf(WChar* dst, int size, const WChar* format, va_list args)
             break;
         }
         default:
-            out.put(specStart, f - specStart);
+            out.put(convStart, f - convStart);
             break;
         }
     }

@@ -175,6 +175,30 @@ bool CSrcEditEng::cutRange(int col1, int row1, int col2, int row2)
     return document.getSmartText(&cut, false, col1, row1, col2, row2);
 }
 
+bool CSrcEditEng::replayInsertRow(CEditString* source, int row)
+{
+    CEditString* copy = copyOf(source);
+    if (!copy || !document.InsString(copy, row)) {
+        delete copy;
+        return false;
+    }
+    send(this, &CSrcEditEng::onInsertRow, row, 1);
+    send(this, &CSrcEditEng::doParse, row, row);
+    return true;
+}
+
+bool CSrcEditEng::replayDeleteRow(int row)
+{
+    CEditString* s = document.GetString(row);
+    if (!s)
+        return false;
+    send(this, &CSrcEditEng::onDeleteRow, row, 1);
+    document.DelString(row);
+    delete s;
+    send(this, &CSrcEditEng::doParse, std::max(row - 1, 0), std::max(row - 1, 0));
+    return true;
+}
+
 bool CSrcEditEng::PlayUndo(UNDO* r)
 {
     if (!r)
@@ -197,23 +221,9 @@ bool CSrcEditEng::PlayUndo(UNDO* r)
         send(this, &CSrcEditEng::doParse, r->row1, r->row1);
         return true;
     case UA_INS_STRING:
-        if (!s)
-            return false;
-        send(this, &CSrcEditEng::onDeleteRow, r->row, 1);
-        document.DelString(r->row);
-        delete s;
-        send(this, &CSrcEditEng::doParse, std::max(r->row - 1, 0), std::max(r->row - 1, 0));
-        return true;
-    case UA_DEL_STRING: {
-        CEditString* row = copyOf(r->undoString);
-        if (!row || !document.InsString(row, r->row)) {
-            delete row;
-            return false;
-        }
-        send(this, &CSrcEditEng::onInsertRow, r->row, 1);
-        send(this, &CSrcEditEng::doParse, r->row, r->row);
-        return true;
-    }
+        return replayDeleteRow(r->row);
+    case UA_DEL_STRING:
+        return replayInsertRow(r->undoString, r->row);
     case UA_STR_CHANGE:
         if (!s)
             return false;
@@ -284,24 +294,10 @@ bool CSrcEditEng::PlayRedo(UNDO* r)
             send(this, &CSrcEditEng::onInsertRow, r->row1 + 1, endRow - r->row1);
         send(this, &CSrcEditEng::doParse, r->row1, endRow);
         return true;
-    case UA_INS_STRING: {
-        CEditString* row = copyOf(r->redoString);
-        if (!row || !document.InsString(row, r->row)) {
-            delete row;
-            return false;
-        }
-        send(this, &CSrcEditEng::onInsertRow, r->row, 1);
-        send(this, &CSrcEditEng::doParse, r->row, r->row);
-        return true;
-    }
+    case UA_INS_STRING:
+        return replayInsertRow(r->redoString, r->row);
     case UA_DEL_STRING:
-        if (!s)
-            return false;
-        send(this, &CSrcEditEng::onDeleteRow, r->row, 1);
-        document.DelString(r->row);
-        delete s;
-        send(this, &CSrcEditEng::doParse, std::max(r->row - 1, 0), std::max(r->row - 1, 0));
-        return true;
+        return replayDeleteRow(r->row);
     case UA_STR_CHANGE:
         if (!s || !r->redoString)
             return false;

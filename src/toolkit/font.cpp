@@ -71,54 +71,54 @@ void Font::build(const WChar* name, int size, bool bold, bool italic, bool under
     if (name && substituteFont(name, size, substituted, MaxSubstitutedName + 1,
                                &substitutedSize))
         name = substituted;
-    platform::FontSpec spec;
-    spec.height = -substitutedSize;
-    spec.weight = bold ? 700 : 400;
-    spec.italic = italic;
-    spec.underline = underline;
-    spec.strikeout = strikeout;
-    spec.charset = 204;
+    platform::FontAttributes attrs;
+    attrs.height = -substitutedSize;
+    attrs.weight = bold ? 700 : 400;
+    attrs.italic = italic;
+    attrs.underline = underline;
+    attrs.strikeout = strikeout;
+    attrs.charset = 204;
     if (name)
-        wstrlcpy(spec.face, name, 32);
-    void* handle = platform::createFont(spec);
+        wstrlcpy(attrs.face, name, 32);
+    void* handle = platform::createFont(attrs);
     if (handle)
         m_handle = SharedHandle(handle, true);
     else
         m_handle = SharedHandle(platform::stockFont(), false); // keep a usable font
 }
 
-static platform::FontSpec specOf(void* handle)
+static platform::FontAttributes attributesOf(void* handle)
 {
-    platform::FontSpec spec;
-    platform::readFont(handle, spec);
-    return spec;
+    platform::FontAttributes attrs;
+    platform::readFont(handle, attrs);
+    return attrs;
 }
 
 int Font::name(WChar* out, int max) const
 {
     if (!out || max <= 0)
         return 0;
-    platform::FontSpec spec = specOf(handle());
-    wstrlcpy(out, spec.face, max);
+    platform::FontAttributes attrs = attributesOf(handle());
+    wstrlcpy(out, attrs.face, max);
     return wstrlen(out);
 }
 
 WCharString Font::name() const
 {
-    platform::FontSpec spec = specOf(handle());
-    return WCharString(spec.face);
+    platform::FontAttributes attrs = attributesOf(handle());
+    return WCharString(attrs.face);
 }
 
 int Font::size() const
 {
-    int h = specOf(handle()).height;
+    int h = attributesOf(handle()).height;
     return h < 0 ? -h : h;
 }
 
-bool Font::bold() const { return specOf(handle()).weight >= 700; }
-bool Font::italic() const { return specOf(handle()).italic; }
-bool Font::underline() const { return specOf(handle()).underline; }
-bool Font::strikeout() const { return specOf(handle()).strikeout; }
+bool Font::bold() const { return attributesOf(handle()).weight >= 700; }
+bool Font::italic() const { return attributesOf(handle()).italic; }
+bool Font::underline() const { return attributesOf(handle()).underline; }
+bool Font::strikeout() const { return attributesOf(handle()).strikeout; }
 
 void Font::getTextExtent(const WChar* text, int* width, int* height) const
 {

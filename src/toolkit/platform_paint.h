@@ -27,7 +27,7 @@ void deleteObject(GraphicHandle object);
 
 // A font as the platform describes it: height negative for a character height in device
 // units, weight 400 or 700, the face name cut to 31 characters.
-struct FontSpec {
+struct FontAttributes {
     WChar face[32] = {};
     int height = 0;
     int weight = 400;
@@ -36,10 +36,10 @@ struct FontSpec {
     bool strikeout = false;
     int charset = 0;
 };
-GraphicHandle createFont(const FontSpec& spec);
+GraphicHandle createFont(const FontAttributes& attrs);
 // The platform's stock system font (stock object 13); never deleted.
 GraphicHandle stockFont();
-bool readFont(GraphicHandle font, FontSpec& spec);
+bool readFont(GraphicHandle font, FontAttributes& attrs);
 // The extent of text in a font on the screen.
 Size measureText(GraphicHandle font, const WChar* text, int length);
 

@@ -12,24 +12,24 @@
 #include <string>
 #include <vector>
 
-struct LexSpec {
+struct LexEntry {
     const char* text;
     int type;
     int len; // -1 for a run lexeme, else anything (replaced by the text's length)
 };
 
-inline std::vector<tagCTextLex> makeTable(const std::vector<LexSpec>& specs)
+inline std::vector<tagCTextLex> makeTable(const std::vector<LexEntry>& entries)
 {
-    std::vector<tagCTextLex> table(specs.size());
-    for (std::size_t i = 0; i < specs.size(); ++i) {
-        WString w = W(specs[i].text);
+    std::vector<tagCTextLex> table(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        WString w = W(entries[i].text);
         tagCTextLex& t = table[i];
         for (int k = 0; k < 256; ++k)
             t.text[k] = 0;
         for (std::size_t k = 0; k < w.size() && k < 255; ++k)
             t.text[k] = w[k];
-        t.type = specs[i].type;
-        t.len = specs[i].len;
+        t.type = entries[i].type;
+        t.len = entries[i].len;
     }
     return table;
 }

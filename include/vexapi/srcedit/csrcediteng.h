@@ -316,6 +316,10 @@ protected:
     // Deletes the range through a cut, so that the folds behind it move rather than being
     // copied: bookmarks on their rows stay valid.
     bool cutRange(int col1, int row1, int col2, int row2);
+    // Undo and redo of a whole row: a copy of `source` goes in at `row`; the row at `row`
+    // goes out. Both send the row signals and re-parse around the row.
+    bool replayInsertRow(CEditString* source, int row);
+    bool replayDeleteRow(int row);
     // Moves a selection end out of a label: the start to the label's start, the end to its
     // end.
     void widenOutOfLabels(int& col1, int row1, int& col2, int row2) const;

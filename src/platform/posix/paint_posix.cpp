@@ -33,7 +33,7 @@ struct BrushObject : Object {
 };
 struct FontObject : Object {
     FontObject() : Object(KindFont) {}
-    FontSpec spec;
+    FontAttributes attrs;
 };
 struct BitmapObject : Object {
     BitmapObject() : Object(KindBitmap) {}
@@ -113,10 +113,10 @@ GraphicHandle createPatternBrush(GraphicHandle bitmap)
 
 void deleteObject(GraphicHandle object) { delete static_cast<Object*>(object); }
 
-GraphicHandle createFont(const FontSpec& spec)
+GraphicHandle createFont(const FontAttributes& attrs)
 {
     FontObject* f = new FontObject;
-    f->spec = spec;
+    f->attrs = attrs;
     return f;
 }
 
@@ -126,28 +126,28 @@ GraphicHandle stockFont()
         FontObject* f = new FontObject;
         const char name[] = "System";
         for (int i = 0; name[i]; ++i)
-            f->spec.face[i] = WChar(name[i]);
-        f->spec.height = -16;
+            f->attrs.face[i] = WChar(name[i]);
+        f->attrs.height = -16;
         return f;
     }();
     return stock;
 }
 
-bool readFont(GraphicHandle font, FontSpec& spec)
+bool readFont(GraphicHandle font, FontAttributes& attrs)
 {
     FontObject* f = as<FontObject>(font, KindFont);
     if (!f)
         return false;
-    spec = f->spec;
+    attrs = f->attrs;
     return true;
 }
 
 Size measureText(GraphicHandle font, const WChar*, int length)
 {
     // A fixed cell: half the character height wide.
-    FontSpec spec;
-    readFont(font, spec);
-    int h = spec.height < 0 ? -spec.height : spec.height;
+    FontAttributes attrs;
+    readFont(font, attrs);
+    int h = attrs.height < 0 ? -attrs.height : attrs.height;
     if (h == 0)
         h = 16;
     return Size(std::max(1, h / 2) * length, h);

@@ -225,36 +225,36 @@ void deleteObject(GraphicHandle object)
         DeleteObject(static_cast<HGDIOBJ>(object));
 }
 
-GraphicHandle createFont(const FontSpec& spec)
+GraphicHandle createFont(const FontAttributes& attrs)
 {
     LOGFONTW lf;
     std::memset(&lf, 0, sizeof lf);
-    lf.lfHeight = spec.height;
-    lf.lfWeight = spec.weight;
-    lf.lfItalic = spec.italic;
-    lf.lfUnderline = spec.underline;
-    lf.lfStrikeOut = spec.strikeout;
-    lf.lfCharSet = BYTE(spec.charset);
-    std::memcpy(lf.lfFaceName, spec.face, sizeof lf.lfFaceName);
+    lf.lfHeight = attrs.height;
+    lf.lfWeight = attrs.weight;
+    lf.lfItalic = attrs.italic;
+    lf.lfUnderline = attrs.underline;
+    lf.lfStrikeOut = attrs.strikeout;
+    lf.lfCharSet = BYTE(attrs.charset);
+    std::memcpy(lf.lfFaceName, attrs.face, sizeof lf.lfFaceName);
     lf.lfFaceName[LF_FACESIZE - 1] = 0;
     return CreateFontIndirectW(&lf);
 }
 
 GraphicHandle stockFont() { return GetStockObject(13); }
 
-bool readFont(GraphicHandle font, FontSpec& spec)
+bool readFont(GraphicHandle font, FontAttributes& attrs)
 {
     LOGFONTW lf;
     if (!font || GetObjectW(static_cast<HGDIOBJ>(font), sizeof lf, &lf) != sizeof lf)
         return false;
-    std::memcpy(spec.face, lf.lfFaceName, sizeof spec.face);
-    spec.face[31] = 0;
-    spec.height = lf.lfHeight;
-    spec.weight = lf.lfWeight;
-    spec.italic = lf.lfItalic != 0;
-    spec.underline = lf.lfUnderline != 0;
-    spec.strikeout = lf.lfStrikeOut != 0;
-    spec.charset = lf.lfCharSet;
+    std::memcpy(attrs.face, lf.lfFaceName, sizeof attrs.face);
+    attrs.face[31] = 0;
+    attrs.height = lf.lfHeight;
+    attrs.weight = lf.lfWeight;
+    attrs.italic = lf.lfItalic != 0;
+    attrs.underline = lf.lfUnderline != 0;
+    attrs.strikeout = lf.lfStrikeOut != 0;
+    attrs.charset = lf.lfCharSet;
     return true;
 }
 
